@@ -1,0 +1,104 @@
+// Runs every registered case (or those whose name contains argv[1]) and
+// prints median times of lum_lib and OpenCV and their ratio.
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <random>
+#include <vector>
+
+#include "bench.hpp"
+
+namespace lum::bench {
+
+namespace {
+struct Entry {
+    std::string name;
+    std::function<Timed()> setup;
+};
+std::vector<Entry>& cases() {
+    static std::vector<Entry> all;
+    return all;
+}
+
+double median_ms(const std::function<void()>& fn, int runs) {
+    fn();  // warm caches and the dispatch
+    std::vector<double> t;
+    for (int i = 0; i < runs; ++i) {
+        const auto a = std::chrono::steady_clock::now();
+        fn();
+        const auto b = std::chrono::steady_clock::now();
+        t.push_back(std::chrono::duration<double, std::milli>(b - a).count());
+    }
+    std::sort(t.begin(), t.end());
+    return t[t.size() / 2];
+}
+}  // namespace
+
+Case::Case(std::string name, std::function<Timed()> setup) {
+    cases().push_back({std::move(name), std::move(setup)});
+}
+
+Frame::Frame(int w, int h, lum_data_format f, lum_channels c, int bits) : handle_(lum_create_image()) {
+    if (bits < 0) bits = f == lum_fmt_8u ? 8 : f == lum_fmt_16u ? 16 : 0;
+    lum_init_image(handle_, w, h, f, c, bits);
+    const lum_info i = info();
+    std::mt19937 rng(static_cast<uint32_t>(w * 31 + h + f * 7 + c));
+    auto* p = static_cast<uint8_t*>(i.frame_buf);
+    const size_t n = size_t(i.step_bytes) * i.height;
+    if (f == lum_fmt_32f) {
+        for (size_t k = 0; k + 4 <= n; k += 4) {
+            const float v = float(rng() % 1000) * 0.25f;
+            std::memcpy(p + k, &v, 4);
+        }
+    } else if (f == lum_fmt_16u) {
+        const uint32_t mask = (1u << i.valid_bits) - 1;
+        for (size_t k = 0; k + 2 <= n; k += 2) {
+            const uint16_t v = uint16_t(rng() & mask);
+            std::memcpy(p + k, &v, 2);
+        }
+    } else {
+        for (size_t k = 0; k < n; ++k) p[k] = uint8_t(rng());
+    }
+}
+Frame::~Frame() { lum_destroy_image(handle_); }
+lum_info Frame::info() const {
+    lum_info i{};
+    lum_get_info(handle_, &i);
+    return i;
+}
+#ifdef LUM_HAVE_OPENCV
+cv::Mat Frame::mat() const {
+    const lum_info i = info();
+    const int depth = i.pix_type == lum_fmt_8u ? CV_8U : i.pix_type == lum_fmt_16u ? CV_16U : CV_32F;
+    return cv::Mat(i.height, i.width, CV_MAKETYPE(depth, int(i.channels)), i.frame_buf, i.step_bytes);
+}
+#endif
+
+}  // namespace lum::bench
+
+int main(int argc, char** argv) {
+    using namespace lum::bench;
+    const std::string filter = argc > 1 ? argv[1] : "";
+    const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 15;
+#ifdef LUM_HAVE_OPENCV
+    cv::setNumThreads(1);
+    std::printf("lum_lib vs OpenCV %s, %d x %d, single thread, median of %d runs\n", CV_VERSION, kWidth, kHeight,
+                runs);
+#else
+    std::printf("lum_lib (OpenCV not found), %d x %d, single thread, median of %d runs\n", kWidth, kHeight, runs);
+#endif
+    std::printf("%-40s %12s %12s %8s\n", "operation", "lum_lib ms", "OpenCV ms", "ratio");
+    for (const auto& c : cases()) {
+        if (!filter.empty() && c.name.find(filter) == std::string::npos) continue;
+        const Timed t = c.setup();
+        const double ours = median_ms(t.lum, runs);
+        if (t.reference) {
+            const double ref = median_ms(t.reference, runs);
+            std::printf("%-40s %12.3f %12.3f %8.2f %s\n", c.name.c_str(), ours, ref, ours / ref, t.note.c_str());
+        } else {
+            std::printf("%-40s %12.3f %12s %8s %s\n", c.name.c_str(), ours, "-", "-", t.note.c_str());
+        }
+        std::fflush(stdout);
+    }
+    return 0;
+}

@@ -1,0 +1,168 @@
+/*
+ * lum_lib: two-dimensional image processing and measurement for machine vision.
+ *
+ * Images live in a process-wide registry and are named by integer handles.
+ * Every function checks its handles first (-6: outside the registry, -64:
+ * empty slot), runs one operation and returns a signed 8-bit status:
+ *    0 success            -1 format not supported      -2 rectangle beyond image
+ *   -3 bad valid bits     -4 images disagree           -5 primitive failed
+ *   -6 bad handle         -7 argument out of range     -8 out of memory
+ *  -32 empty item       -64 image not initialised     -65 channels not supported
+ * -128 missing or inconsistent output
+ * The library starts no threads and prints nothing but
+ * "IPP function failed,return value %d." when a kernel reports a failure.
+ */
+#ifndef LUM_LIB_H
+#define LUM_LIB_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define LUM_API __declspec(dllexport)
+#else
+#define LUM_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum lum_data_format { lum_fmt_8u = 1, lum_fmt_16u = 2, lum_fmt_16s = 3, lum_fmt_32f = 4 } lum_data_format;
+typedef enum lum_channels { lum_gray = 1, lum_color = 3 } lum_channels;
+
+typedef struct lum_point { int32_t x; int32_t y; } lum_point;
+typedef struct lum_size  { int32_t width; int32_t height; } lum_size;
+typedef struct lum_rect  { int32_t x; int32_t y; int32_t width; int32_t height; } lum_rect;
+
+/* Plain description of an image; the first nine fields of the img record. */
+typedef struct lum_info {
+    int32_t width;
+    int32_t height;
+    float physical_width;
+    float physical_height;
+    uint32_t step_bytes;
+    lum_data_format pix_type;
+    uint32_t valid_bits;
+    lum_channels channels;
+    void* frame_buf;
+} lum_info;
+
+/* the morphology parameter record */
+typedef struct lum_morph_param { int32_t shape; int32_t operation; int32_t width; int32_t height; } lum_morph_param;
+
+/* ---- Images, handles, pixels ------------------------------------------ */
+
+/* New, uninitialised image; returns the smallest free handle. */
+LUM_API int32_t lum_create_image(void);
+/* Releases the image (and its buffer if the library allocated it); the handle becomes free. */
+LUM_API int8_t  lum_destroy_image(int32_t image);
+/* Allocates a zeroed buffer: step = bytes/sample * ((width & ~15) + 16) * channels.
+ * -3 bad valid bits (16u: 9..16, 8u: at most 8), -65 channels not 1 or 3, -8 no memory. */
+LUM_API int8_t  lum_init_image(int32_t image, int32_t width, int32_t height, lum_data_format format, lum_channels channels, int32_t valid_bits);
+/* Borrows the caller's buffer described by info; the library never frees it. */
+LUM_API int8_t  lum_init_image_ex(int32_t image, const lum_info* info);
+/* Copies the image's description into info. */
+LUM_API int8_t  lum_get_info(int32_t image, lum_info* info);
+/* The image's first byte of row 0, or null for a handle beyond the registry, an empty slot or an uninitialised image. */
+LUM_API void*   lum_get_buf(int32_t image);
+/* Bytes per sample (1, 2, 2, 4; 0 when uninitialised), or -6 / -64. */
+LUM_API int32_t lum_get_data_byte(int32_t image);
+/* Stores the physical size; -7 when either value is negative. */
+LUM_API int8_t  lum_set_physical_size(int32_t image, float width, float height);
+/* Reads one pixel (all channels) into value; -7 when x > width or y > height or negative. */
+LUM_API int8_t  lum_get_one_pixel(int32_t image, lum_point position, void* value);
+/* Writes one pixel (all channels) from value; same bounds as lum_get_one_pixel. */
+LUM_API int8_t  lum_set_one_pixel(int32_t image, lum_point position, const void* value);
+/* Zeroes the image's buffer (step * height bytes). */
+LUM_API int8_t  lum_clear(int32_t image);
+
+/* ---- Two-image arithmetic and logic, constants, conversion, shifts, tables, inversion ---- */
+
+/* (end of section) */
+
+
+/* ---- Division, scaling, logarithm, shifts into a second image, level adjustment ---- */
+
+/* (end of section) */
+
+
+/* ---- Colour and channels ---- */
+
+/* (end of section) */
+
+
+/* ---- Geometry ---- */
+
+/* (end of section) */
+
+
+/* ---- Statistics, histograms, Otsu threshold, projections ---- */
+
+/* (end of section) */
+
+
+/* ---- Masks and line profiles ---- */
+
+/* (end of section) */
+
+
+/* ---- Binarization, clipping, morphology, contours ---- */
+
+/* (end of section) */
+
+
+/* ---- Watershed ---- */
+
+/* (end of section) */
+
+
+/* ---- Status text ---- */
+
+/* (end of section) */
+
+
+#ifdef __cplusplus
+} /* extern "C" */
+
+/* The image record behind every handle. */
+class LUM_API img {
+public:
+    int32_t width;
+    int32_t height;
+    float physical_width;
+    float physical_height;
+    uint32_t step_bytes;
+    lum_data_format pix_type;
+    uint32_t valid_bits;
+    lum_channels channels;
+    void* frame_buf;
+    uint8_t ownership; /* 0 not initialised, 1 owns frame_buf, 2 borrows it */
+
+    img();
+    ~img();
+    img& operator=(const img& other);
+    signed char init(int width, int height, lum_data_format format, lum_channels channels, int valid_bits);
+    signed char init_ext(const lum_info* info);
+    void get_info(lum_info* info) const;
+    void clear_data();
+    signed char set_px_value(int x, int y, const void* value);
+    signed char get_px_value(int x, int y, void* value) const;
+    void* get_ptr_at_position(lum_point position) const;
+    signed char set_physical_size(float width, float height);
+    signed char is_valid() const;
+    int get_width() const;
+    int get_height() const;
+    unsigned int get_StepBytes() const;
+    lum_data_format get_pix_type() const;
+    unsigned int get_valid_bits() const;
+    lum_channels get_channels() const;
+    void* get_frame_buf() const;
+    signed char get_1px_bytes() const;
+
+private:
+    void destroy();
+    void clear_default();
+};
+#endif /* __cplusplus */
+
+#endif /* LUM_LIB_H */

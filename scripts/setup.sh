@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the project needs, when run as root and when
+# they are missing. Usage: scripts/setup.sh [build|test|bench|all]
+set -euo pipefail
+what=${1:-test}
+pkgs=(cmake g++ make)
+case "$what" in
+  build) ;;
+  test) pkgs+=(libgtest-dev) ;;
+  bench) pkgs+=(libopencv-dev) ;;
+  all) pkgs+=(libgtest-dev libopencv-dev) ;;
+esac
+missing=()
+for p in "${pkgs[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  if [ "$(id -u)" -ne 0 ]; then
+    echo "missing Debian packages: ${missing[*]} (run as root to install them)" >&2
+    exit 1
+  fi
+  echo "installing: ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update -qq
+  apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi

@@ -1,0 +1,1 @@
+// Anchor of the shared library: its code comes whole from the static core.

@@ -1,0 +1,69 @@
+// The primitive layer: regions, primitive statuses and the per-processor
+// dispatch. A primitive is declared once with LUM_PRIMITIVE; its kernel is
+// defined in a *.kern.cpp file that is compiled once per instruction-set
+// level, inside namespace lum::prim::LUM_ISA.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace lum::prim {
+
+// Region size in pixels, passed as one 64-bit value (width low, height high).
+struct Size {
+    int32_t width;
+    int32_t height;
+};
+
+// Primitive statuses shared by all kernels; others are the kernel's own.
+enum : int {
+    st_ok = 0,
+    st_size = -6,     // region width or height 0 or less
+    st_null = -8,     // a pointer the kernel needs is null
+    st_bad_arg = -13, // a parameter the kernel refuses (code, order index, ...)
+    st_div_zero = 6,  // warning: a division by zero was met
+    st_domain = 7,    // warning: an argument outside the function's domain was met
+};
+
+// Dispatch index: -1 until the first primitive call, then 0..5 by the
+// processor's features. Compiled levels: 0 baseline, 1 AVX2, 2 AVX-512.
+int dispatch_index();
+int detect_dispatch_index();
+// Test hook: force an index (0..5), or -1 to detect again on the next call.
+void force_dispatch_index(int index);
+extern std::atomic<int> g_dispatch_index;
+
+constexpr int compiled_level_for(int index) { return index >= 5 ? 2 : index == 4 ? 1 : 0; }
+
+inline int compiled_level() {
+    int index = g_dispatch_index.load(std::memory_order_relaxed);
+    if (index < 0) index = dispatch_index();
+    return compiled_level_for(index);
+}
+
+template <class Fn>
+struct Dispatch;
+
+template <class R, class... A>
+struct Dispatch<R(A...)> {
+    R (*variants[3])(A...);
+    R operator()(A... args) const { return variants[compiled_level()](args...); }
+};
+
+}  // namespace lum::prim
+
+// Declares primitive `name` of function type `...` in every level and the
+// dispatch entry lum::prim::name that calls the level chosen for this processor.
+#if defined(LUM_SINGLE_ISA)
+#define LUM_PRIMITIVE(name, ...)                                                     \
+    using name##_fn = __VA_ARGS__;                                                   \
+    namespace isa_base { name##_fn name; }                                           \
+    inline constexpr Dispatch<name##_fn> name{{&isa_base::name, &isa_base::name, &isa_base::name}};
+#else
+#define LUM_PRIMITIVE(name, ...)                                                     \
+    using name##_fn = __VA_ARGS__;                                                   \
+    namespace isa_base { name##_fn name; }                                           \
+    namespace isa_avx2 { name##_fn name; }                                           \
+    namespace isa_avx512 { name##_fn name; }                                         \
+    inline constexpr Dispatch<name##_fn> name{{&isa_base::name, &isa_avx2::name, &isa_avx512::name}};
+#endif
