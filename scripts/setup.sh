@@ -6,9 +6,9 @@ what=${1:-test}
 pkgs=(cmake g++ make)
 case "$what" in
   build) ;;
-  test) pkgs+=(libgtest-dev) ;;
+  test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest) ;;
   bench) pkgs+=(libopencv-dev) ;;
-  all) pkgs+=(libgtest-dev libopencv-dev) ;;
+  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest libopencv-dev) ;;
 esac
 missing=()
 for p in "${pkgs[@]}"; do
