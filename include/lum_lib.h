@@ -118,6 +118,10 @@ LUM_API int8_t  lum_clear(int32_t image);
 
 /* ---- Status text ---- */
 
+/* A short, static English phrase for a status code ("image not initialised" for -64);
+ * codes outside the table get "unknown status" (negative) or "unknown warning" (positive). Never null. */
+LUM_API const char* lum_status_text(int code);
+
 /* (end of section) */
 
 
