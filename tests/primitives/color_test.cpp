@@ -44,8 +44,7 @@ T round_saturate(float v) {
 }
 
 template <class T, class Kernel>
-void check_to_gray(Kernel& kernel) {
-    const float w[3] = {0.2f, 0.7f, 0.1f};
+void check_to_gray(Kernel& kernel, const float (&w)[3]) {
     for_each_variant([&](int) {
         for (int width : kWidths) {
             const int ss = odd_step<T>(width, 3), ds = odd_step<T>(width, 1);
@@ -62,8 +61,11 @@ void check_to_gray(Kernel& kernel) {
 }
 
 TEST(ColorKernels, ColorToGrayMatchesTheReference) {
-    check_to_gray<uint8_t>(lum::prim::color_to_gray_8u_c3c1r);
-    check_to_gray<uint16_t>(lum::prim::color_to_gray_16u_c3c1r);
+    const float skewed[3] = {0.2f, 0.7f, 0.1f}, equal[3] = {1.0f / 3, 1.0f / 3, 1.0f / 3};
+    check_to_gray<uint8_t>(lum::prim::color_to_gray_8u_c3c1r, skewed);
+    check_to_gray<uint16_t>(lum::prim::color_to_gray_16u_c3c1r, skewed);
+    check_to_gray<uint8_t>(lum::prim::color_to_gray_8u_c3c1r, equal);
+    check_to_gray<uint16_t>(lum::prim::color_to_gray_16u_c3c1r, equal);
 }
 
 TEST(ColorKernels, GrayToColorMatchesTheReference) {
