@@ -131,6 +131,19 @@ LUM_API int8_t lum_swap_channels(int32_t image, const int32_t* order);          
 
 
 /* ---- Masks and line profiles ---- */
+/* Clears the 8-bit one-channel mask, then draws shape 0 rectangle, 1 ellipse (both over the whole mask)
+ * or 2 polygon (count vertices) as 255. -1 not 8u C1, -7 unknown shape, -32 no vertices, -128 bad crossings. */
+LUM_API int8_t lum_generate_mask(int32_t mask, uint32_t shape, const lum_point* points, int32_t count);
+/* As lum_generate_mask on a mask whose top-left sample is plane point origin; with count 2 the points are
+ * read as one lum_rect bounding the rectangle or ellipse (plane coordinates), clipped to the mask. */
+LUM_API int8_t lum_generate_mask_part(int32_t mask, lum_point origin, uint32_t shape, const lum_point* points, int32_t count);
+/* Mean of the 8u/16u C1 image's samples under the non-zero mask samples, mask placed at (x, y).
+ * -1 mask not 8u C1 or image not 8u/16u C1, -7 negative x or y, -2 mask overhangs the image. */
+LUM_API int8_t lum_mask_mean(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean);
+/* Mean and standard deviation (divisor: samples counted) under the mask; codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_mean_stddev(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean, double* stddev);
+/* Smallest and largest sample under the mask (0 and 0 when it selects none); codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_min_max(int32_t image, int32_t x, int32_t y, int32_t mask, float* minimum, float* maximum);
 
 /* (end of section) */
 
