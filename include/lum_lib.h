@@ -78,6 +78,11 @@ LUM_API int8_t  lum_clear(int32_t image);
 
 /* ---- Two-image arithmetic and logic, constants, conversion, shifts, tables, inversion ---- */
 
+/* Converts every sample into destination (initialised with the target format) over the source's size:
+ * 8u->16u, 16u->8u (saturating), 16u->32f (1 or 3 channels), 32f->8u (1 channel, rounded to nearest).
+ * -64, -65 channel counts differ, -1 other pairs, -2 a destination too small for its buffer, -5 primitive. */
+LUM_API int8_t lum_convert(int32_t source, int32_t destination);
+
 /* (end of section) */
 
 
