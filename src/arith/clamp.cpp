@@ -13,6 +13,8 @@ int8_t clamp_to_valid_bits(img& image, uint32_t mask) {
     if (image.pix_type == lum_fmt_8u && mask > 255) return out_of_range;
     if (!span_in_buffer(image, int64_t(image.width) * bytes_per_pixel(image), image.height, image.step_bytes))
         return beyond_image;
+    // A mask covering the whole sample range leaves every sample as it is.
+    if (mask >= (image.pix_type == lum_fmt_8u ? 255u : 65535u)) return ok;
     const bool colour = image.channels == lum_color;
     const prim::Size size = size_of(image);
     int status;
