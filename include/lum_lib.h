@@ -132,6 +132,10 @@ LUM_API int8_t lum_binarizationI(int32_t image, float threshold, float low, floa
 /* In place: samples below low become low, above high become high; a NaN bound is ignored.
  * 8u/16u/32f C1; -7 when low exceeds high. */
 LUM_API int8_t lum_clipI(int32_t image, float low, float high);
+/* Opening (operation 2) or closing (3) of the 8u/16u C1 source into destination over the source's size, with a
+ * full rectangle (shape 0) or ellipse (shape 2) element, replicated borders. -7 other shapes or operations,
+ * -65 source not one channel, -1 other formats. */
+LUM_API int8_t lum_morph_open_close(int32_t source, int32_t destination, const lum_morph_param* param);
 
 /* (end of section) */
 
