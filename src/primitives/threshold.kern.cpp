@@ -56,6 +56,47 @@ int set_masked(T value, T* image, int step, Size size, const uint8_t* mask, int 
     return st_ok;
 }
 
+template <class T>
+int lt_gt(const T* src, int src_step, T* dst, int dst_step, Size size, T lt, T lt_value, T gt, T gt_value) {
+    if (!src || !dst) return st_null;
+    if (empty_region(size)) return st_size;
+    for (int y = 0; y < size.height; ++y) {
+        const T* s = row_at(src, src_step, y);
+        T* d = row_at(dst, dst_step, y);
+        for (int x = 0; x < size.width; ++x) {
+            const T t = s[x] < lt ? lt_value : s[x];
+            d[x] = t > gt ? gt_value : t;
+        }
+    }
+    return st_ok;
+}
+
+template <class T>
+int split(const T* src, int src_step, T* dst, int dst_step, Size size, T threshold, T below, T at_or_above) {
+    if (!src || !dst) return st_null;
+    if (empty_region(size)) return st_size;
+    for (int y = 0; y < size.height; ++y) {
+        const T* __restrict s = row_at(src, src_step, y);
+        T* __restrict d = row_at(dst, dst_step, y);
+        for (int x = 0; x < size.width; ++x) d[x] = s[x] < threshold ? below : at_or_above;
+    }
+    return st_ok;
+}
+
+template <class T>
+int lt_then_ge(T* image, int step, Size size, T threshold, T raised, T lowered) {
+    if (!image) return st_null;
+    if (empty_region(size)) return st_size;
+    for (int y = 0; y < size.height; ++y) {
+        T* __restrict p = row_at(image, step, y);
+        for (int x = 0; x < size.width; ++x) {
+            const T t = p[x] < threshold ? raised : p[x];
+            p[x] = t >= threshold ? lowered : t;
+        }
+    }
+    return st_ok;
+}
+
 }  // namespace
 
 int threshold_lt_val_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t t, uint8_t v) {
@@ -92,6 +133,32 @@ int set_masked_16u_c1mr(uint16_t v, uint16_t* p, int s, Size z, const uint8_t* m
 }
 int set_masked_32f_c1mr(float v, float* p, int s, Size z, const uint8_t* m, int ms) {
     return set_masked(v, p, s, z, m, ms);
+}
+
+int threshold_lt_gt_val_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t a, uint8_t av, uint8_t b,
+                               uint8_t bv) {
+    return lt_gt(s, ss, d, ds, z, a, av, b, bv);
+}
+int threshold_lt_gt_val_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint16_t a, uint16_t av,
+                                uint16_t b, uint16_t bv) {
+    return lt_gt(s, ss, d, ds, z, a, av, b, bv);
+}
+int threshold_lt_gt_val_32f_c1r(const float* s, int ss, float* d, int ds, Size z, float a, float av, float b,
+                                float bv) {
+    return lt_gt(s, ss, d, ds, z, a, av, b, bv);
+}
+int threshold_split_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t t, uint8_t lo, uint8_t hi) {
+    return split(s, ss, d, ds, z, t, lo, hi);
+}
+int threshold_split_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint16_t t, uint16_t lo,
+                            uint16_t hi) {
+    return split(s, ss, d, ds, z, t, lo, hi);
+}
+int threshold_lt_then_ge_8u_c1ir(uint8_t* p, int s, Size z, uint8_t t, uint8_t up, uint8_t down) {
+    return lt_then_ge(p, s, z, t, up, down);
+}
+int threshold_lt_then_ge_16u_c1ir(uint16_t* p, int s, Size z, uint16_t t, uint16_t up, uint16_t down) {
+    return lt_then_ge(p, s, z, t, up, down);
 }
 
 }  // namespace lum::prim::LUM_ISA

@@ -22,6 +22,9 @@ struct kernels<uint8_t> {
     static constexpr auto& gt = prim::threshold_gt_val_8u_c1ir;
     static constexpr auto& ge_mask = prim::compare_ge_c_8u_c1r;
     static constexpr auto& set_masked = prim::set_masked_8u_c1mr;
+    static constexpr auto& lt_gt = prim::threshold_lt_gt_val_8u_c1r;
+    static constexpr auto& split = prim::threshold_split_8u_c1r;
+    static constexpr auto& lt_then_ge = prim::threshold_lt_then_ge_8u_c1ir;
 };
 template <>
 struct kernels<uint16_t> {
@@ -30,11 +33,15 @@ struct kernels<uint16_t> {
     static constexpr auto& gt = prim::threshold_gt_val_16u_c1ir;
     static constexpr auto& ge_mask = prim::compare_ge_c_16u_c1r;
     static constexpr auto& set_masked = prim::set_masked_16u_c1mr;
+    static constexpr auto& lt_gt = prim::threshold_lt_gt_val_16u_c1r;
+    static constexpr auto& split = prim::threshold_split_16u_c1r;
+    static constexpr auto& lt_then_ge = prim::threshold_lt_then_ge_16u_c1ir;
 };
 template <>
 struct kernels<float> {
     static constexpr auto& lt = prim::threshold_lt_val_32f_c1ir;
     static constexpr auto& gt = prim::threshold_gt_val_32f_c1ir;
+    static constexpr auto& lt_gt = prim::threshold_lt_gt_val_32f_c1r;
 };
 
 // Float to int as the processor's truncating conversion does it: NaN and
@@ -77,22 +84,38 @@ struct region_mask {
         : bytes(make_scratch<uint8_t>(int64_t{size.width} * size.height)), step(size.width) {}
 };
 
+// How the source and destination regions share memory.
+enum class sharing { none, same, partial };
+
 // Samples at or above t become max, the others 0 (t >= 0); samples below |t|
 // become max and the others 0 (t < 0). A threshold whose low bits are 0
 // leaves a copy: nothing is below 0 and nothing above the type's top.
+// The steps are "below t to 0, then above t - 1 to max" and "below |t| to
+// max, then where the source is at least |t|, 0"; where the second step would
+// read what the first wrote, or cannot, the steps are fused into one pass
+// with the same result.
 template <class T>
-int8_t binarize_two(const T* src, int src_step, T* dst, int dst_step, prim::Size size, int32_t t, T max) {
+int8_t binarize_two(const T* src, int src_step, T* dst, int dst_step, prim::Size size, int32_t t, T max,
+                    sharing shared) {
     using K = kernels<T>;
-    if (t >= 0) {
-        LUM_CHECK(map_status(K::lt_copy(src, src_step, dst, dst_step, size, static_cast<T>(t), T{0})));
-        return map_status(K::gt(dst, dst_step, size, static_cast<T>(int64_t{t} - 1), max));
-    }
+    if (t >= 0)
+        return map_status(K::lt_gt(src, src_step, dst, dst_step, size, static_cast<T>(t), T{0},
+                                   static_cast<T>(int64_t{t} - 1), max));
     if (max < T{0}) return out_of_range;
     const T threshold = static_cast<T>(-int64_t{t});
+    if (shared == sharing::none) return map_status(K::split(src, src_step, dst, dst_step, size, threshold, max, T{0}));
+    if (shared == sharing::same) return map_status(K::lt_then_ge(dst, dst_step, size, threshold, max, T{0}));
     region_mask mask(size);
     LUM_CHECK(map_status(K::lt_copy(src, src_step, dst, dst_step, size, threshold, max)));
     LUM_CHECK(map_status(K::ge_mask(src, src_step, threshold, mask.bytes.get(), mask.step, size)));
     return map_status(K::set_masked(T{0}, dst, dst_step, size, mask.bytes.get(), mask.step));
+}
+
+sharing shared_memory(const uint8_t* a, int a_step, const uint8_t* b, int b_step, int64_t row_bytes, int64_t rows) {
+    if (a == b && a_step == b_step) return sharing::same;
+    const uint8_t* a_end = a + (rows - 1) * a_step + row_bytes;
+    const uint8_t* b_end = b + (rows - 1) * b_step + row_bytes;
+    return a_end <= b || b_end <= a ? sharing::none : sharing::partial;
 }
 
 int8_t binarization(img* source, lum_point src_origin, img* destination, lum_point dst_origin, lum_size size,
@@ -114,13 +137,13 @@ int8_t binarization(img* source, lum_point src_origin, img* destination, lum_poi
 
     const prim::Size region = {size.width, size.height};
     const int ss = step_of(*source), ds = step_of(*destination);
+    const auto* s = static_cast<const uint8_t*>(source->get_ptr_at_position(src_origin));
+    auto* d = static_cast<uint8_t*>(destination->get_ptr_at_position(dst_origin));
+    const sharing shared = shared_memory(s, ss, d, ds, row_bytes, size.height);
     if (format == lum_fmt_8u)
-        return binarize_two(pixel_at<const uint8_t>(*source, src_origin.x, src_origin.y), ss,
-                            pixel_at<uint8_t>(*destination, dst_origin.x, dst_origin.y), ds, region, threshold,
-                            level_max<uint8_t>(source->valid_bits));
-    const int8_t status = binarize_two(pixel_at<const uint16_t>(*source, src_origin.x, src_origin.y), ss,
-                                       pixel_at<uint16_t>(*destination, dst_origin.x, dst_origin.y), ds, region,
-                                       threshold, level_max<uint16_t>(source->valid_bits));
+        return binarize_two(s, ss, d, ds, region, threshold, level_max<uint8_t>(source->valid_bits), shared);
+    const int8_t status = binarize_two(reinterpret_cast<const uint16_t*>(s), ss, reinterpret_cast<uint16_t*>(d), ds,
+                                       region, threshold, level_max<uint16_t>(source->valid_bits), shared);
     // Float images get the 16-bit treatment and are then reported as unsupported.
     return format == lum_fmt_32f && status == ok ? static_cast<int8_t>(bad_format) : status;
 }
@@ -132,16 +155,11 @@ int8_t binarize_inplace_int(T* p, int step, prim::Size size, float a, float b, f
     const T threshold = static_cast<T>(t), low = static_cast<T>(truncate(b)), high = static_cast<T>(truncate(c));
     if (!(a < 0.0f)) {
         if (low > high) return out_of_range;
-        LUM_CHECK(map_status(K::lt(p, step, size, threshold, low)));
-        return map_status(K::gt(p, step, size, static_cast<T>(t - 1), high));
+        return map_status(K::lt_gt(p, step, p, step, size, threshold, low, static_cast<T>(t - 1), high));
     }
     if (high < low) return out_of_range;
-    region_mask mask(size);
-    LUM_CHECK(map_status(K::lt(p, step, size, threshold, high)));
-    // Reads the region as the previous step left it: raised samples at or
-    // above the threshold fall to low as well.
-    LUM_CHECK(map_status(K::ge_mask(p, step, threshold, mask.bytes.get(), mask.step, size)));
-    return map_status(K::set_masked(low, p, step, size, mask.bytes.get(), mask.step));
+    // "At least t" is judged on the raised samples: with high >= t every sample ends at low.
+    return map_status(K::lt_then_ge(p, step, size, threshold, high, low));
 }
 
 int8_t binarize_inplace_float(float* p, int step, prim::Size size, float a, float b, float c) {
@@ -149,9 +167,8 @@ int8_t binarize_inplace_float(float* p, int step, prim::Size size, float a, floa
     const float t = std::fabs(a);
     if (b > c) return out_of_range;
     if (!(a < 0.0f)) {
-        LUM_CHECK(map_status(K::lt(p, step, size, t, b)));
         // Samples equal to t also reach the high level.
-        return map_status(K::gt(p, step, size, static_cast<float>(static_cast<double>(t) - 0.0001), c));
+        return map_status(K::lt_gt(p, step, p, step, size, t, b, static_cast<float>(static_cast<double>(t) - 0.0001), c));
     }
     LUM_CHECK(map_status(K::lt(p, step, size, t, c)));
     return map_status(K::lt(p, step, size, c, b));
@@ -174,8 +191,10 @@ int8_t binarization_inplace(img* image, float a, float b, float c) {
 template <class T, class Bound>
 int8_t clip(T* p, int step, prim::Size size, Bound low, Bound high, bool has_low, bool has_high) {
     using K = kernels<T>;
-    if (has_low) LUM_CHECK(map_status(K::lt(p, step, size, static_cast<T>(low), static_cast<T>(low))));
-    if (has_high) return map_status(K::gt(p, step, size, static_cast<T>(high), static_cast<T>(high)));
+    const T lo = static_cast<T>(low), hi = static_cast<T>(high);
+    if (has_low && has_high) return map_status(K::lt_gt(p, step, p, step, size, lo, lo, hi, hi));
+    if (has_low) return map_status(K::lt(p, step, size, lo, lo));
+    if (has_high) return map_status(K::gt(p, step, size, hi, hi));
     return ok;
 }
 

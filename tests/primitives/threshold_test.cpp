@@ -95,6 +95,61 @@ TEST(ThresholdKernels, EveryVariantMatchesTheReference) {
     });
 }
 
+// The one-pass forms equal the steps they stand for, run one after the other.
+template <class T>
+void check_fused(int w, T lt, T ltv, T gt, T gtv) {
+    const int h = 3, step = w * int(sizeof(T)) + 3 * int(sizeof(T));
+    Buffer src(step, h, w), got(step, h, w + 5), want(step, h, w + 5);
+    std::vector<T> row(w);
+    auto fused = [&](auto lt_gt) {
+        Buffer g = got, wt = got;
+        ASSERT_EQ(lt_gt(src.at<T>(0), step, g.at<T>(0), step, Size{w, h}, lt, ltv, gt, gtv), 0);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                T v = src.get<T>(0, x, y);
+                v = v < lt ? ltv : v;
+                wt.put<T>(0, x, y, v > gt ? gtv : v);
+            }
+        ASSERT_EQ(g.bytes, wt.bytes) << "lt_gt width " << w;
+    };
+    auto split_and_chain = [&](auto split, auto chain) {
+        Buffer g = got, wt = got;
+        ASSERT_EQ(split(src.at<T>(0), step, g.at<T>(0), step, Size{w, h}, lt, ltv, gtv), 0);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) wt.put<T>(0, x, y, src.get<T>(0, x, y) < lt ? ltv : gtv);
+        ASSERT_EQ(g.bytes, wt.bytes) << "split width " << w;
+        g = src, wt = src;
+        ASSERT_EQ(chain(g.at<T>(0), step, Size{w, h}, lt, ltv, gtv), 0);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                T v = src.get<T>(0, x, y);
+                v = v < lt ? ltv : v;
+                wt.put<T>(0, x, y, v >= lt ? gtv : v);
+            }
+        ASSERT_EQ(g.bytes, wt.bytes) << "lt then ge width " << w;
+    };
+    if constexpr (sizeof(T) == 1) {
+        fused(lum::prim::threshold_lt_gt_val_8u_c1r);
+        split_and_chain(lum::prim::threshold_split_8u_c1r, lum::prim::threshold_lt_then_ge_8u_c1ir);
+    } else if constexpr (std::is_same_v<T, uint16_t>) {
+        fused(lum::prim::threshold_lt_gt_val_16u_c1r);
+        split_and_chain(lum::prim::threshold_split_16u_c1r, lum::prim::threshold_lt_then_ge_16u_c1ir);
+    } else {
+        fused(lum::prim::threshold_lt_gt_val_32f_c1r);
+    }
+}
+
+TEST(ThresholdKernels, OnePassFormsMatchTheirSteps) {
+    lum::test::for_each_variant([](int) {
+        for (int w : {1, 15, 17, 63, 65, 1000}) {
+            check_fused<uint8_t>(w, 100, 3, 99, 250);
+            check_fused<uint8_t>(w, 50, 20, 200, 7);
+            check_fused<uint16_t>(w, 30000, 1, 29999, 65535);
+            check_fused<float>(w, 0.5f, -2.0f, 0.4999f, 9.0f);
+        }
+    });
+}
+
 TEST(ThresholdKernels, NullAndEmpty) {
     uint8_t b[8] = {};
     EXPECT_EQ(lum::prim::threshold_lt_val_8u_c1r(nullptr, 8, b, 8, {1, 1}, 1, 1), -8);

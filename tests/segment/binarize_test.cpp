@@ -113,6 +113,38 @@ TEST(Binarization, SameImageAsSourceAndDestination) {
     expect_binarized<uint8_t>(copy, im, 90, 255);
 }
 
+TEST(Binarization, InvertedOnTheSameImageReadsTheRaisedSamples) {
+    // The comparison runs on the source after the first step wrote into it:
+    // with max above |t| every sample ends at 0.
+    Image im(33, 5, lum_fmt_8u, lum_gray);
+    im.randomize(6);
+    ASSERT_EQ(lum_binarization(im, im, -90), 0);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 33; ++x) ASSERT_EQ(im.at<uint8_t>(x, y), 0);
+}
+
+TEST(Binarization, InvertedOnOverlappingRectanglesFollowsTheSteps) {
+    Image im(40, 12, lum_fmt_8u, lum_gray);
+    im.randomize(12);
+    const lum_info i = im.info();
+    std::vector<uint8_t> want = im.bytes();
+    const int w = 30, h = 8, a = 120;
+    auto at = [&](std::vector<uint8_t>& b, int x, int y) -> uint8_t& { return b[size_t(y) * i.step_bytes + x]; };
+    for (int y = 0; y < h; ++y)  // below |t| to max, source (0,0) into destination (3,1), row by row
+        for (int x = 0; x < w; ++x) {
+            const uint8_t s = at(want, x, y);
+            at(want, 3 + x, 1 + y) = s < a ? 255 : s;
+        }
+    std::vector<uint8_t> mask(size_t(w) * h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) mask[size_t(y) * w + x] = at(want, x, y) >= a;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            if (mask[size_t(y) * w + x]) at(want, 3 + x, 1 + y) = 0;
+    ASSERT_EQ(lum_binarization_rect(im, {0, 0}, im, {3, 1}, {w, h}, -a), 0);
+    EXPECT_EQ(im.bytes(), want);
+}
+
 TEST(Binarization, DestinationFormatIsNotCompared) {
     // 8-bit samples are written from the 16-bit destination's pixel address.
     Image src(8, 2, lum_fmt_8u, lum_gray), dst(8, 2, lum_fmt_16u, lum_gray);
