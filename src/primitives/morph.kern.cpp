@@ -117,12 +117,98 @@ struct Plane {
     int width, height, c;
 };
 
+// Sample x of a row of `pixels` pixels seen through replicated borders,
+// shifted by `offset` pixels.
+template <class T>
+inline T edge_sample(const T* s, int64_t x, int c, int pixels, int64_t offset) {
+    int64_t px = x / c + offset;
+    px = px < 0 ? 0 : px >= pixels ? pixels - 1 : px;
+    return s[px * c + x % c];
+}
+
+// out[x] = op over i < W of the source sample W pixels wide around x
+// (anchor ax), for a window of a few pixels: one pass of W loads.
+template <bool Max, int W, class T>
+void window_direct(const T* s, T* __restrict out, int64_t n, int c, int pixels, int ax) {
+    const int64_t lo = int64_t{ax} * c, hi = n - int64_t{W - 1 - ax} * c;
+    const T* p[W];
+    for (int i = 0; i < W; ++i) p[i] = s + int64_t{i - ax} * c;
+    for (int64_t x = lo; x < hi; ++x) {
+        T m = p[0][x];
+        for (int i = 1; i < W; ++i) m = pick<Max>(m, p[i][x]);
+        out[x] = m;
+    }
+    auto edge = [&](int64_t x) {
+        T m = edge_sample(s, x, c, pixels, -ax);
+        for (int i = 1; i < W; ++i) m = pick<Max>(m, edge_sample(s, x, c, pixels, int64_t{i} - ax));
+        out[x] = m;
+    };
+    const int64_t left_end = lo < n ? lo : n;
+    for (int64_t x = 0; x < left_end; ++x) edge(x);
+    for (int64_t x = hi > left_end ? hi : left_end; x < n; ++x) edge(x);
+}
+
+// Rows combined sample by sample, for a few rows: one pass of H loads.
+template <bool Max, int H, class T>
+void rows_direct(const T* const* rows, T* __restrict out, int64_t n) {
+    const T* __restrict r[H];
+    for (int j = 0; j < H; ++j) r[j] = rows[j];
+    for (int64_t x = 0; x < n; ++x) {
+        T m = r[0][x];
+        for (int j = 1; j < H; ++j) m = pick<Max>(m, r[j][x]);
+        out[x] = m;
+    }
+}
+
+template <bool Max, class T>
+void rows_combined(const T* const* rows, int h, T* out, int64_t n) {
+    switch (h) {
+        case 1: rows_direct<Max, 1>(rows, out, n); break;
+        case 2: rows_direct<Max, 2>(rows, out, n); break;
+        case 3: rows_direct<Max, 3>(rows, out, n); break;
+        default: rows_direct<Max, 4>(rows, out, n); break;
+    }
+}
+
+// The window of the element's width along one source row into out (n samples).
+template <bool Max, class T>
+void horizontal_window(const T* s, T* out, T* pad, T* alt, const Plane& pl, const Element& el) {
+    const int64_t n = pl.n;
+    switch (el.w) {
+        case 1: window_direct<Max, 1>(s, out, n, pl.c, pl.width, el.ax); return;
+        case 2: window_direct<Max, 2>(s, out, n, pl.c, pl.width, el.ax); return;
+        case 3: window_direct<Max, 3>(s, out, n, pl.c, pl.width, el.ax); return;
+        case 4: window_direct<Max, 4>(s, out, n, pl.c, pl.width, el.ax); return;
+        default: break;
+    }
+    const int64_t np = (int64_t{pl.width} + el.w - 1) * pl.c;
+    const int kw = floor_log2(el.w);
+    const int64_t pw = int64_t{1} << kw;
+    pad_row(s, pad, n, pl.c, el.ax, el.w - 1 - el.ax);
+    T* cur = pad;
+    T* other = alt;
+    int64_t len = np;
+    for (int k = 1; k <= kw; ++k) {
+        const int64_t shift = (int64_t{1} << (k - 1)) * pl.c;
+        len -= shift;
+        combine<Max>(cur, cur + shift, other, len);
+        T* t = cur;
+        cur = other;
+        other = t;
+    }
+    combine<Max>(cur, cur + (el.w - pw) * pl.c, out, n);
+}
+
+// Separable: the window along each row, then down the columns, streaming
+// rows through rings. Up to four rows are combined directly; taller
+// rectangles double their row windows level by level.
 template <bool Max, class T>
 void rectangle_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el,
                     T* scratch) {
     const int64_t n = pl.n, np = (int64_t{pl.width} + el.w - 1) * pl.c;
-    const int kw = floor_log2(el.w), kv = floor_log2(el.h);
-    const int64_t pw = int64_t{1} << kw, q = int64_t{1} << kv;
+    const bool direct = el.h <= 4;
+    const int kv = direct ? 0 : floor_log2(el.h);
+    const int64_t q = int64_t{1} << kv;
     const int64_t ring = ceil_pow2(el.h), wrap = ring - 1;
     T* const pad = scratch;
     T* const alt = pad + np;
@@ -131,28 +217,21 @@ void rectangle_pass(const T* src, int src_step, T* dst, int dst_step, const Plan
     const int64_t last = int64_t{pl.height} + el.h - 2;
     for (int64_t u = 0; u <= last; ++u) {
         const int64_t sy = u - el.ay < 0 ? 0 : u - el.ay >= pl.height ? pl.height - 1 : u - el.ay;
-        pad_row(row_at(src, src_step, static_cast<int>(sy)), pad, n, pl.c, el.ax, el.w - 1 - el.ax);
-        T* cur = pad;
-        T* other = alt;
-        int64_t len = np;
-        for (int k = 1; k <= kw; ++k) {
-            const int64_t shift = (int64_t{1} << (k - 1)) * pl.c;
-            len -= shift;
-            combine<Max>(cur, cur + shift, other, len);
-            T* t = cur;
-            cur = other;
-            other = t;
-        }
-        combine<Max>(cur, cur + (el.w - pw) * pl.c, level_row(0, u), n);
+        horizontal_window<Max>(row_at(src, src_step, static_cast<int>(sy)), level_row(0, u), pad, alt, pl, el);
         for (int k = 1; k <= kv; ++k) {
             const int64_t i = u - (int64_t{1} << k) + 1;
             if (i < 0) break;
             combine<Max>(level_row(k - 1, i), level_row(k - 1, i + (int64_t{1} << (k - 1))), level_row(k, i), n);
         }
-        if (u >= el.h - 1) {
-            const int64_t y = u - el.h + 1;
-            combine<Max>(level_row(kv, y), level_row(kv, y + el.h - q), row_at(dst, dst_step, static_cast<int>(y)),
-                         n);
+        if (u < el.h - 1) continue;
+        const int64_t y = u - el.h + 1;
+        T* d = row_at(dst, dst_step, static_cast<int>(y));
+        if (direct) {
+            const T* rows[4];
+            for (int j = 0; j < el.h; ++j) rows[j] = level_row(0, y + j);
+            rows_combined<Max>(rows, el.h, d, n);
+        } else {
+            combine<Max>(level_row(kv, y), level_row(kv, y + el.h - q), d, n);
         }
     }
 }
@@ -207,10 +286,6 @@ void one_pass(bool max, const T* src, int src_step, T* dst, int dst_step, const 
     }
 }
 
-int64_t intermediate_bytes(int op, Size roi, int sample_bytes, int c) {
-    return op >= morph_open ? align64(int64_t{roi.width} * c * sample_bytes * roi.height) : 0;
-}
-
 template <class T>
 int morph(int op, const T* src, int src_step, T* dst, int dst_step, Size roi, const uint8_t* element, Size mask,
           void* work, int c) {
@@ -225,13 +300,13 @@ int morph(int op, const T* src, int src_step, T* dst, int dst_step, Size roi, co
         one_pass(op == morph_dilate, src, src_step, dst, dst_step, pl, el, reinterpret_cast<T*>(bytes));
         return st_ok;
     }
-    // Opening: erosion, then dilation of its result; closing the other way round.
-    T* between = reinterpret_cast<T*>(bytes);
-    const int between_step = static_cast<int>(pl.n * int64_t{sizeof(T)});
-    T* scratch = reinterpret_cast<T*>(bytes + intermediate_bytes(op, roi, sizeof(T), c));
+    // Opening: erosion, then dilation of its result; closing the other way
+    // round. A pass may run in place, so the first result goes straight into
+    // the destination.
+    T* scratch = reinterpret_cast<T*>(bytes);
     const bool first_max = op == morph_close;
-    one_pass(first_max, src, src_step, between, between_step, pl, el, scratch);
-    one_pass(!first_max, static_cast<const T*>(between), between_step, dst, dst_step, pl, el, scratch);
+    one_pass(first_max, src, src_step, dst, dst_step, pl, el, scratch);
+    one_pass(!first_max, static_cast<const T*>(dst), dst_step, dst, dst_step, pl, el, scratch);
     return st_ok;
 }
 
@@ -243,8 +318,7 @@ int morph_work_size(int op, Size roi, Size mask, int sample_bytes, int channels,
     if (op < morph_erode || op > morph_close) return st_bad_arg;
     if ((sample_bytes != 1 && sample_bytes != 2 && sample_bytes != 4) || (channels != 1 && channels != 3))
         return st_bad_arg;
-    *bytes = element_bytes(mask) + intermediate_bytes(op, roi, sample_bytes, channels) +
-             align64(scratch_samples(roi, mask, channels) * sample_bytes);
+    *bytes = element_bytes(mask) + align64(scratch_samples(roi, mask, channels) * sample_bytes);
     return st_ok;
 }
 

@@ -77,7 +77,7 @@ struct Element {
 
 std::vector<Element> elements() {
     std::vector<Element> out;
-    for (auto [w, h] : {std::pair{1, 1}, {3, 3}, {2, 4}, {5, 1}, {1, 6}, {7, 5}, {15, 15}, {40, 3}}) {
+    for (auto [w, h] : {std::pair{1, 1}, {3, 3}, {2, 4}, {4, 2}, {5, 1}, {1, 6}, {7, 5}, {15, 15}, {40, 3}}) {
         out.push_back({w, h, std::vector<uint8_t>(size_t(w) * h, 255)});
         Element el{w, h, std::vector<uint8_t>(size_t(w) * h, 0)};
         lum::draw_ellipse(el.bytes.data(), w, w, h, {0, 0}, {0, 0, w, h});
