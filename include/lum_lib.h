@@ -229,6 +229,22 @@ LUM_API int8_t lum_mask_min_max(int32_t image, int32_t x, int32_t y, int32_t mas
 
 
 /* ---- Binarization, clipping, morphology, contours ---- */
+/* Source samples at or above threshold become (1 << valid_bits) - 1 in destination, the others 0; a negative
+ * threshold inverts the sense. 8u/16u C1 (thresholds modulo 256/65536; low bits all 0 leave a copy).
+ * -7 empty size, -2 beyond an image, -1 not one channel or unsupported format (float: -1 after writing). */
+LUM_API int8_t lum_binarization(int32_t source, int32_t destination, int32_t threshold);
+/* As lum_binarization on a size.width x size.height rectangle at each image's origin. */
+LUM_API int8_t lum_binarization_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, int32_t threshold);
+/* In place: below |threshold| becomes low, the rest high; a negative threshold inverts the sense.
+ * 8u/16u/32f C1; -7 when low exceeds high, -1 other formats or channels. */
+LUM_API int8_t lum_binarizationI(int32_t image, float threshold, float low, float high);
+/* In place: samples below low become low, above high become high; a NaN bound is ignored.
+ * 8u/16u/32f C1; -7 when low exceeds high. */
+LUM_API int8_t lum_clipI(int32_t image, float low, float high);
+/* Opening (operation 2) or closing (3) of the 8u/16u C1 source into destination over the source's size, with a
+ * full rectangle (shape 0) or ellipse (shape 2) element, replicated borders. -7 other shapes or operations,
+ * -65 source not one channel, -1 other formats. */
+LUM_API int8_t lum_morph_open_close(int32_t source, int32_t destination, const lum_morph_param* param);
 
 /* (end of section) */
 
