@@ -98,6 +98,23 @@ LUM_API int8_t  lum_clear(int32_t image);
 
 /* ---- Statistics, histograms, Otsu threshold, projections ---- */
 
+/* Sum of the samples as a double; every row is read as width one-channel samples (use on one-channel
+ * images). 8u, 16u, 32f; -64, -7/-2 rectangle, -1 other formats. */
+LUM_API int8_t lum_sum(int32_t image, double* sum);
+LUM_API int8_t lum_sum_rect(int32_t image, const lum_rect* rect, double* sum);
+/* Minimum and maximum in the image's own sample type, one per channel (room for 1 or 3 values each).
+ * -64, -7/-2 rectangle, -7 null output, -1 format, -65 channels. */
+LUM_API int8_t lum_img_min_max(int32_t image, void* minimum, void* maximum);
+LUM_API int8_t lum_img_min_max_rect(int32_t image, const lum_rect* rect, void* minimum, void* maximum);
+/* Mean and population standard deviation of a one-channel 8u, 16u or 32f image.
+ * -64, -7/-2 rectangle, -7 null output, -1 format, -65 channels. */
+LUM_API int8_t lum_img_mean_stddev(int32_t image, double* mean, double* stddev);
+LUM_API int8_t lum_img_mean_stddev_rect(int32_t image, const lum_rect* rect, double* mean, double* stddev);
+/* destination = larger (smaller) of first and second, pixel by pixel, one-channel 8u or 16u.
+ * -64, -4 layouts differ, -65 channels; 16s and 32f images return 0 and change nothing. */
+LUM_API int8_t lum_img_max_every(int32_t first, int32_t second, int32_t destination);
+LUM_API int8_t lum_img_min_every(int32_t first, int32_t second, int32_t destination);
+
 /* (end of section) */
 
 
