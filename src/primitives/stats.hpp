@@ -7,7 +7,7 @@
 namespace lum::prim {
 
 // Total of the region's samples. Integer samples are summed exactly in 64-bit
-// integers; float samples in double precision over sixteen fixed lanes (the
+// integers; float samples in double precision over 32 fixed lanes (the
 // order is the same for every processor variant).
 LUM_PRIMITIVE(sum_8u_c1, int(const uint8_t* src, int step, Size size, double* sum))
 LUM_PRIMITIVE(sum_16u_c1, int(const uint16_t* src, int step, Size size, double* sum))

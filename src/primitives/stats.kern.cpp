@@ -37,7 +37,7 @@ int sum_int(const T* src, int step, Size size, double* sum) {
     return st_ok;
 }
 
-constexpr int kFloatLanes = 16;
+constexpr int kFloatLanes = 32;
 
 int sum_float(const float* src, int step, Size size, double* sum) {
     if (!src || !sum) return st_null;
