@@ -114,6 +114,16 @@ LUM_API int8_t lum_img_mean_stddev_rect(int32_t image, const lum_rect* rect, dou
  * -64, -4 layouts differ, -65 channels; 16s and 32f images return 0 and change nothing. */
 LUM_API int8_t lum_img_max_every(int32_t first, int32_t second, int32_t destination);
 LUM_API int8_t lum_img_min_every(int32_t first, int32_t second, int32_t destination);
+/* Uniform histogram of a one-channel 8u, 16u or 32f image: counts[k] (every one of the bins written) holds the
+ * samples v with lower + k*(upper-lower)/bins <= v < lower + (k+1)*(upper-lower)/bins, levels in double precision.
+ * -64, -7/-2 rectangle, -1 channels not 1 or format 16s, -7 null counts, bins 0 or lower >= upper, -5 bins < 0. */
+LUM_API int8_t lum_histogram(int32_t image, float lower, float upper, uint32_t* counts, int32_t bins);
+LUM_API int8_t lum_histogram_rect(int32_t image, const lum_rect* rect, float lower, float upper, uint32_t* counts, int32_t bins);
+/* Otsu's threshold of a one-channel 8u or 16u image, in the image's sample values. A 16u image is rescaled to
+ * 8 bits through its whole-image minimum and maximum, and its rectangle is measured at the rescaled image's
+ * top-left corner; a constant 16u image gives its value. -64, -7/-2 rectangle, -1 channels or format, -7 null. */
+LUM_API int8_t lum_otsu_get_threshold(int32_t image, int32_t* threshold);
+LUM_API int8_t lum_otsu_get_threshold_rect(int32_t image, const lum_rect* rect, int32_t* threshold);
 
 /* (end of section) */
 
