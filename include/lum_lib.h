@@ -145,6 +145,10 @@ LUM_API int8_t lum_otsu_get_threshold_rect(int32_t image, const lum_rect* rect, 
 
 /* ---- Status text ---- */
 
+/* A short, static English phrase for a status code ("image not initialised" for -64);
+ * codes outside the table get "unknown status" (negative) or "unknown warning" (positive). Never null. */
+LUM_API const char* lum_status_text(int code);
+
 /* (end of section) */
 
 
