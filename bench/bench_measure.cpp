@@ -193,3 +193,84 @@ const Case min_every_16u("img_min_every 16u C1", [] {
 
 }  // namespace
 }  // namespace lum::bench
+
+namespace lum::bench {
+namespace {
+
+#ifdef LUM_HAVE_OPENCV
+void opencv_hist(const cv::Mat& m, float lower, float upper, int bins) {
+    cv::Mat hist;
+    const int channels[] = {0};
+    const int sizes[] = {bins};
+    const float range[] = {lower, upper};
+    const float* ranges[] = {range};
+    cv::calcHist(&m, 1, channels, cv::Mat(), hist, 1, sizes, ranges, true, false);
+}
+#endif
+
+const Case hist_8u("histogram 8u C1, 256 bins", [] {
+    auto a = frame(lum_fmt_8u);
+    auto counts = std::make_shared<std::vector<uint32_t>>(256);
+    Timed t{[a, counts] { lum_histogram(a->handle(), 0, 256, counts->data(), 256); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] { opencv_hist(a->mat(), 0, 256, 256); };
+#endif
+    return t;
+});
+
+const Case hist_8u_odd("histogram 8u C1, 37 bins over 10..200", [] {
+    auto a = frame(lum_fmt_8u);
+    auto counts = std::make_shared<std::vector<uint32_t>>(37);
+    Timed t{[a, counts] { lum_histogram(a->handle(), 10, 200, counts->data(), 37); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] { opencv_hist(a->mat(), 10, 200, 37); };
+#endif
+    return t;
+});
+
+const Case hist_16u("histogram 16u C1, 1024 bins", [] {
+    auto a = frame(lum_fmt_16u);
+    auto counts = std::make_shared<std::vector<uint32_t>>(1024);
+    Timed t{[a, counts] { lum_histogram(a->handle(), 0, 65536, counts->data(), 1024); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] { opencv_hist(a->mat(), 0, 65536, 1024); };
+#endif
+    return t;
+});
+
+const Case hist_16u_12("histogram 16u C1 (12 bits), 4096 bins", [] {
+    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_16u, lum_gray, 12);
+    auto counts = std::make_shared<std::vector<uint32_t>>(4096);
+    Timed t{[a, counts] { lum_histogram(a->handle(), 0, 4096, counts->data(), 4096); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] { opencv_hist(a->mat(), 0, 4096, 4096); };
+#endif
+    return t;
+});
+
+const Case hist_32f("histogram 32f C1, 100 bins", [] {
+    auto a = frame(lum_fmt_32f);
+    auto counts = std::make_shared<std::vector<uint32_t>>(100);
+    Timed t{[a, counts] { lum_histogram(a->handle(), 0, 250, counts->data(), 100); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] { opencv_hist(a->mat(), 0, 250, 100); };
+#endif
+    return t;
+});
+
+const Case otsu_8u("otsu 8u C1", [] {
+    auto a = frame(lum_fmt_8u);
+    Timed t{[a] {
+                int32_t th;
+                lum_otsu_get_threshold(a->handle(), &th);
+            },
+            {}, "OpenCV also writes the thresholded image"};
+#ifdef LUM_HAVE_OPENCV
+    auto out = std::make_shared<cv::Mat>(kHeight, kWidth, CV_8UC1);
+    t.reference = [a, out] { cv::threshold(a->mat(), *out, 0, 255, cv::THRESH_BINARY | cv::THRESH_OTSU); };
+#endif
+    return t;
+});
+
+}  // namespace
+}  // namespace lum::bench

@@ -3,7 +3,7 @@
 // own increments), then folded into the caller's bins; float samples find
 // their bin by a computed index corrected against the exact levels. The
 // Otsu threshold works on the 8-bit value counts.
-#pragma GCC optimize("fp-contract=off")  // the same float results in every variant
+#pragma GCC optimize("fp-contract=off", "no-trapping-math")  // same results in every variant; compares as selects
 #include <cfloat>
 #include <cmath>
 
@@ -16,9 +16,12 @@ namespace {
 
 constexpr int kSubHistograms8 = 4;
 constexpr int kSubHistograms16 = 2;
-// Float regions with at most this many levels keep a table of them in the
-// work buffer; more levels are computed as they are needed.
+// Float regions with at most this many levels are counted in the work
+// buffer by computed index; more levels take the exact search per sample.
 constexpr int kTabledLevels = 65537;
+// Float samples are binned a chunk at a time: indexes first (a loop without
+// branches), then the increments.
+constexpr int kIndexChunk = 1024;
 
 bool known_type(int type) { return type >= hist_8u && type <= hist_32f; }
 
@@ -26,13 +29,12 @@ bool known_type(int type) { return type >= hist_8u && type <= hist_32f; }
 struct Levels {
     double lower, range, bins, top;
     int64_t count;  // number of bins
-    const double* table;
 
-    Levels(const HistogramSpec& s, const double* tab)
-        : lower(s.lower), range(s.upper - s.lower), bins(s.levels - 1), count(s.levels - 1), table(tab) {
+    explicit Levels(const HistogramSpec& s)
+        : lower(s.lower), range(s.upper - s.lower), bins(s.levels - 1), count(s.levels - 1) {
         top = at(count);
     }
-    double at(int64_t k) const { return table ? table[k] : lower + (static_cast<double>(k) * range) / bins; }
+    double at(int64_t k) const { return lower + (static_cast<double>(k) * range) / bins; }
 
     // Bin of v, or -1 when v is below the first level, at or above the last
     // one, or not a number. The estimate is off by at most a step or two
@@ -121,7 +123,9 @@ int histogram_get_size(int type, Size size, int levels, int* spec_bytes, int* bu
     *spec_bytes = static_cast<int>(sizeof(HistogramSpec));
     switch (type) {
         case hist_8u: *buffer_bytes = 256 * kSubHistograms8 * 4; break;
-        case hist_32f: *buffer_bytes = levels <= kTabledLevels ? levels * 8 : 64; break;
+        case hist_32f:
+            *buffer_bytes = levels <= kTabledLevels ? levels * 4 + kIndexChunk * 4 : 64;
+            break;
         default: *buffer_bytes = 65536 * kSubHistograms16 * 4; break;
     }
     return st_ok;
@@ -144,7 +148,7 @@ int histogram_8u_c1(const uint8_t* src, int step, Size size, uint32_t* counts, c
     if (!s) return st_bad_arg;
     uint32_t raw[256];
     count_values_8u(src, step, size, reinterpret_cast<uint32_t*>(buffer), raw);
-    fold(raw, 256, Levels(*s, nullptr), counts);
+    fold(raw, 256, Levels(*s), counts);
     return st_ok;
 }
 
@@ -156,7 +160,7 @@ int histogram_16u_c1(const uint16_t* src, int step, Size size, uint32_t* counts,
     if (!s) return st_bad_arg;
     auto* raw = reinterpret_cast<uint32_t*>(buffer);
     count_values_16u(src, step, size, raw);
-    fold(raw, 65536, Levels(*s, nullptr), counts);
+    fold(raw, 65536, Levels(*s), counts);
     return st_ok;
 }
 
@@ -165,21 +169,51 @@ int histogram_32f_c1(const float* src, int step, Size size, uint32_t* counts, co
     if (empty_region(size)) return st_size;
     const HistogramSpec* s = checked_spec(spec, hist_32f);
     if (!s) return st_bad_arg;
-    double* table = nullptr;
-    if (s->levels <= kTabledLevels) {
-        table = reinterpret_cast<double*>(buffer);
-        const Levels exact(*s, nullptr);
-        for (int64_t k = 0; k <= exact.count; ++k) table[k] = exact.at(k);
+    const Levels exact(*s);
+    const int64_t bins = exact.count;
+    for (int64_t k = 0; k < bins; ++k) counts[k] = 0;
+    // When a bin spans many units in the last place of the bounds, the
+    // computed position is within a quarter bin of the true one: rounded to
+    // the nearest level j, the sample lies in bin j - 1 or j, and one
+    // comparison with level j (evaluated as the specification defines it)
+    // decides, without branches or table lookups.
+    const double magnitude = std::fabs(s->lower) > std::fabs(s->upper) ? std::fabs(s->lower) : std::fabs(s->upper);
+    const bool direct = s->levels <= kTabledLevels && exact.range / exact.bins > 16.0 * magnitude * DBL_EPSILON;
+    if (!direct) {
+        for (int y = 0; y < size.height; ++y) {
+            const float* __restrict p = row_at(src, step, y);
+            for (int x = 0; x < size.width; ++x) {
+                const int64_t k = exact.bin_of(p[x]);
+                if (k >= 0) ++counts[k];
+            }
+        }
+        return st_ok;
     }
-    const Levels levels(*s, table);
-    for (int64_t k = 0; k < levels.count; ++k) counts[k] = 0;
+    uint32_t* __restrict hist = reinterpret_cast<uint32_t*>(buffer);  // bins + one for misses
+    int32_t* __restrict index = reinterpret_cast<int32_t*>(buffer + s->levels * 4);
+    for (int64_t k = 0; k <= bins; ++k) hist[k] = 0;
+    const double lower = exact.lower, top = exact.top, range = exact.range, divisor = exact.bins;
+    const double scale = divisor / range;
+    const int32_t miss = static_cast<int32_t>(bins);
     for (int y = 0; y < size.height; ++y) {
         const float* __restrict p = row_at(src, step, y);
-        for (int x = 0; x < size.width; ++x) {
-            const int64_t k = levels.bin_of(p[x]);
-            if (k >= 0) ++counts[k];
+        for (int x0 = 0; x0 < size.width; x0 += kIndexChunk) {
+            const int n = size.width - x0 < kIndexChunk ? size.width - x0 : kIndexChunk;
+            for (int x = 0; x < n; ++x) {
+                const double d = p[x0 + x];
+                const int inside = (d >= lower) & (d < top);
+                double e = (d - lower) * scale;
+                e = e > 0.0 ? e : 0.0;  // also for a sample that is not a number
+                e = e < divisor ? e : divisor;
+                const double j = std::nearbyint(e);
+                const double level_j = lower + (j * range) / divisor;
+                const int32_t k = static_cast<int32_t>(j) - (d < level_j);
+                index[x] = inside ? k : miss;
+            }
+            for (int x = 0; x < n; ++x) ++hist[index[x]];
         }
     }
+    for (int64_t k = 0; k < bins; ++k) counts[k] = hist[k];
     return st_ok;
 }
 
