@@ -124,6 +124,21 @@ LUM_API int8_t lum_histogram_rect(int32_t image, const lum_rect* rect, float low
  * top-left corner; a constant 16u image gives its value. -64, -7/-2 rectangle, -1 channels or format, -7 null. */
 LUM_API int8_t lum_otsu_get_threshold(int32_t image, int32_t* threshold);
 LUM_API int8_t lum_otsu_get_threshold_rect(int32_t image, const lum_rect* rect, int32_t* threshold);
+/* Projection of frame number index (of count) of a sequence of one-channel frames into destination (same format).
+ * direction 0: destination = max (min) of itself and the frame, pixel by pixel; 1: the maximum (minimum) of each
+ * row r goes to destination (index, r); 2: destination row index = max (min) of itself and every frame row.
+ * 16s and 32f frames return 0 and change nothing. -64, -1 frame channels, -4 format/channels differ,
+ * -7 direction or empty sizes/count, -2 destination too small (also a column/row index past its buffer). */
+LUM_API int8_t lum_projection_max(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction);
+LUM_API int8_t lum_projection_min(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction);
+/* Creates the float accumulator (width x height, one channel) of lum_projection_mean into *accumulator;
+ * returns the init status (the handle stays created on failure). */
+LUM_API int8_t lum_projection_mean_init(uint32_t width, uint32_t height, int32_t* accumulator);
+/* Mean projection (8u, 16u, 32f). Direction 0: index 0 restarts the accumulator, each frame is added, and at
+ * index = count - 1 the destination receives accumulator / count (rounded to nearest, saturated). Directions 1
+ * and 2 write each row's (column's) mean at once into column (row) index. Codes as lum_projection_max, plus -1
+ * for an accumulator that is not one-channel float and -2 for one smaller than the frame. */
+LUM_API int8_t lum_projection_mean(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction, int32_t accumulator);
 
 /* (end of section) */
 
