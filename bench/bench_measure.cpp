@@ -274,3 +274,116 @@ const Case otsu_8u("otsu 8u C1", [] {
 
 }  // namespace
 }  // namespace lum::bench
+
+namespace lum::bench {
+namespace {
+
+// Sixteen frames of the same size; the lum body runs the whole sequence.
+struct Sequence {
+    std::vector<std::shared_ptr<Frame>> frames;
+    explicit Sequence(lum_data_format f) {
+        for (int i = 0; i < 16; ++i) frames.push_back(std::make_shared<Frame>(kWidth, kHeight / 4, f, lum_gray));
+    }
+};
+
+const Case projection_max_seq("projection_max 8u, 16 frames, pixel-wise", [] {
+    auto s = std::make_shared<Sequence>(lum_fmt_8u);
+    auto d = std::make_shared<Frame>(kWidth, kHeight / 4, lum_fmt_8u, lum_gray);
+    Timed t{[s, d] {
+                for (uint32_t i = 0; i < 16; ++i) lum_projection_max(s->frames[i]->handle(), d->handle(), i, 16, 0);
+            },
+            {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [s, d] {
+        cv::Mat m = d->mat();
+        for (auto& f : s->frames) cv::max(m, f->mat(), m);
+    };
+#endif
+    return t;
+});
+
+const Case projection_max_rows("projection_max 8u, 16 frames, per row", [] {
+    auto s = std::make_shared<Sequence>(lum_fmt_8u);
+    auto d = std::make_shared<Frame>(16, kHeight / 4, lum_fmt_8u, lum_gray);
+    Timed t{[s, d] {
+                for (uint32_t i = 0; i < 16; ++i) lum_projection_max(s->frames[i]->handle(), d->handle(), i, 16, 1);
+            },
+            {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [s, d] {
+        cv::Mat m = d->mat();
+        for (int i = 0; i < 16; ++i) {
+            cv::Mat col = m.col(i);
+            cv::reduce(s->frames[i]->mat(), col, 1, cv::REDUCE_MAX);
+        }
+    };
+#endif
+    return t;
+});
+
+const Case projection_min_cols("projection_min 16u, 16 frames, per column", [] {
+    auto s = std::make_shared<Sequence>(lum_fmt_16u);
+    auto d = std::make_shared<Frame>(kWidth, 16, lum_fmt_16u, lum_gray);
+    Timed t{[s, d] {
+                for (uint32_t i = 0; i < 16; ++i) lum_projection_min(s->frames[i]->handle(), d->handle(), i, 16, 2);
+            },
+            {}, "ours also folds in the row's previous content"};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [s, d] {
+        cv::Mat m = d->mat();
+        for (int i = 0; i < 16; ++i) {
+            cv::Mat row = m.row(i);
+            cv::reduce(s->frames[i]->mat(), row, 0, cv::REDUCE_MIN);
+        }
+    };
+#endif
+    return t;
+});
+
+const Case projection_mean_cols("projection_mean 8u, 16 frames, per column", [] {
+    auto s = std::make_shared<Sequence>(lum_fmt_8u);
+    auto d = std::make_shared<Frame>(kWidth, 16, lum_fmt_8u, lum_gray);
+    auto acc = std::make_shared<int32_t>(-1);
+    lum_projection_mean_init(1, 1, acc.get());
+    Timed t{[s, d, acc] {
+                for (uint32_t i = 0; i < 16; ++i)
+                    lum_projection_mean(s->frames[i]->handle(), d->handle(), i, 16, 2, *acc);
+            },
+            {}, "OpenCV: REDUCE_AVG into 32f, then convertTo 8u"};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [s, d] {
+        cv::Mat m = d->mat(), avg;
+        for (int i = 0; i < 16; ++i) {
+            cv::Mat row = m.row(i);
+            cv::reduce(s->frames[i]->mat(), avg, 0, cv::REDUCE_AVG, CV_32F);
+            avg.convertTo(row, CV_8U);
+        }
+    };
+#endif
+    return t;
+});
+
+const Case projection_mean_seq("projection_mean 8u, 16 frames, pixel-wise", [] {
+    auto s = std::make_shared<Sequence>(lum_fmt_8u);
+    auto d = std::make_shared<Frame>(kWidth, kHeight / 4, lum_fmt_8u, lum_gray);
+    auto acc = std::make_shared<int32_t>(-1);
+    lum_projection_mean_init(kWidth, kHeight / 4, acc.get());
+    Timed t{[s, d, acc] {
+                for (uint32_t i = 0; i < 16; ++i)
+                    lum_projection_mean(s->frames[i]->handle(), d->handle(), i, 16, 0, *acc);
+            },
+            {}, "OpenCV: accumulate into 32f, then convertTo with 1/16"};
+#ifdef LUM_HAVE_OPENCV
+    auto sum = std::make_shared<cv::Mat>(kHeight / 4, kWidth, CV_32F);
+    t.reference = [s, d, sum] {
+        *sum = 0.0f;
+        for (auto& f : s->frames) cv::accumulate(f->mat(), *sum);
+        cv::Mat m = d->mat();
+        sum->convertTo(m, CV_8U, 1.0 / 16);
+    };
+#endif
+    return t;
+});
+
+}  // namespace
+}  // namespace lum::bench

@@ -187,19 +187,59 @@ int mean_stddev_32f(const float* src, int step, Size size, double* mean, double*
     return st_ok;
 }
 
-// No __restrict between b and dst: the in-place forms pass the same rows.
+// Samples before the first 64-byte boundary of a destination row: stores
+// that start on a boundary never straddle two cache lines.
+template <class T>
+int head_to_boundary(const T* d, int n) {
+    const auto misalign = static_cast<int>(reinterpret_cast<uintptr_t>(d) & 63);
+    if (misalign % sizeof(T)) return 0;
+    const int head = ((64 - misalign) & 63) / static_cast<int>(sizeof(T));
+    return head < n ? head : n;
+}
+
+template <class T, bool Max>
+inline T pick_one(T p, T q) {
+    if constexpr (Max)
+        return p < q ? q : p;
+    else
+        return q < p ? q : p;
+}
+
+template <class T, bool Max>
+void pick_row(const T* __restrict p, const T* q, T* d, int n) {
+    const int head = head_to_boundary(d, n);
+    for (int x = 0; x < head; ++x) d[x] = pick_one<T, Max>(p[x], q[x]);
+    T* da = static_cast<T*>(__builtin_assume_aligned(d + head, 64));
+    const T* pa = p + head;
+    const T* qa = q + head;
+    for (int x = 0; x < n - head; ++x) da[x] = pick_one<T, Max>(pa[x], qa[x]);
+}
+
+// A row that is both operand and destination gets a loop of its own: the
+// compiler's overlap test would otherwise send it to the scalar fallback.
+template <class T, bool Max>
+void pick_row_in_place(const T* __restrict p, T* __restrict d, int n) {
+    const int head = head_to_boundary(d, n);
+    for (int x = 0; x < head; ++x) d[x] = pick_one<T, Max>(p[x], d[x]);
+    T* __restrict da = static_cast<T*>(__builtin_assume_aligned(d + head, 64));
+    const T* __restrict pa = p + head;
+    for (int x = 0; x < n - head; ++x) da[x] = pick_one<T, Max>(pa[x], da[x]);
+}
+
 template <class T, bool Max>
 int pick(const T* a, int a_step, const T* b, int b_step, T* dst, int dst_step, Size size) {
     if (!a || !b || !dst) return st_null;
     if (empty_region(size)) return st_size;
     for (int y = 0; y < size.height; ++y) {
-        const T* __restrict p = row_at(a, a_step, y);
+        const T* p = row_at(a, a_step, y);
         const T* q = row_at(b, b_step, y);
         T* d = row_at(dst, dst_step, y);
-        if constexpr (Max)
-            for (int x = 0; x < size.width; ++x) d[x] = p[x] < q[x] ? q[x] : p[x];
+        if (q == d)
+            pick_row_in_place<T, Max>(p, d, size.width);
+        else if (p == d)
+            pick_row_in_place<T, Max>(q, d, size.width);
         else
-            for (int x = 0; x < size.width; ++x) d[x] = q[x] < p[x] ? q[x] : p[x];
+            pick_row<T, Max>(p, q, d, size.width);
     }
     return st_ok;
 }
