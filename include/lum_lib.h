@@ -160,7 +160,7 @@ LUM_API int8_t lum_projection_mean(int32_t frame, int32_t destination, uint32_t 
  * of the source's grey level (a pixel enters at the larger of its own level and the level being flooded), first
  * in first out within a level, 8-connected. A pixel takes the label of its labelled neighbours when they agree;
  * where two different basins meet it stays 0 (the watershed line) and floods no further; a pixel no basin
- * reaches stays 0. Time and memory linear in the pixels (one bucket per grey level, about 10 bytes per pixel).
+ * reaches stays 0. Time and memory linear in the pixels (one bucket per grey level; 8 to 12 bytes per pixel of scratch).
  * Codes: -6/-64 handles, -64 uninitialised, -1 a channel count other than 1, source not 8u/16u or markers not
  * 16u, -4 sizes differ, -32 no seed at all, -8 out of memory (the markers are then unchanged). */
 LUM_API int8_t lum_watershed(int32_t source, int32_t markers);
