@@ -78,15 +78,103 @@ LUM_API int8_t  lum_clear(int32_t image);
 
 /* ---- Two-image arithmetic and logic, constants, conversion, shifts, tables, inversion ---- */
 
+/* Converts every sample into destination (initialised with the target format) over the source's size:
+ * 8u->16u, 16u->8u (saturating), 16u->32f (1 or 3 channels), 32f->8u (1 channel, rounded to nearest).
+ * -64, -65 channel counts differ, -1 other pairs, -2 a destination too small for its buffer, -5 primitive. */
+/* d = a + b (saturating), then d clamped to its valid bits (8u, 16u); a, b, d agree in layout, else -4.
+ * -64, -4, -1 format, -65 channels, -5 primitive; the clamp's codes after the sum is written. */
+LUM_API int8_t lum_add(int32_t a, int32_t b, int32_t d);
+/* b = b + a, dispatched on a's format (16u into a one-channel float b adds as floats; other b formats: 0, nothing done);
+ * integer b clamped to its valid bits unless they cover the full range. -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_addI(int32_t a, int32_t b);
+/* d = a - b saturating at 0, 8u and 16u only; a is read with b's row step. -64, -4, -1 (float too), -65, -5. */
+LUM_API int8_t lum_sub(int32_t a, int32_t b, int32_t d);
+/* a = a - b in place (8u, 16u saturating; 32f). -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_subI(int32_t a, int32_t b);
+/* d = |a - b| over a's size and layout, nothing compared; 8u C1/C3, 16u C1. -64, -1, -65, -2 outside a buffer, -5. */
+LUM_API int8_t lum_absDiff(int32_t a, int32_t b, int32_t d);
+/* b = b AND a / b OR a / b XOR a for 8u and 16u; a is left unchanged. -64, -4, -1, -5;
+ * a channel count other than 1 or 3 returns 0 and does nothing. */
+LUM_API int8_t lum_and(int32_t a, int32_t b);
+LUM_API int8_t lum_or(int32_t a, int32_t b);
+LUM_API int8_t lum_xor(int32_t a, int32_t b);
+
+/* Adds one sample value (the image's sample type) to every channel, in place over the image or rect, then clamps the
+ * whole image to its valid bits. 8u, 16u. -64, -7/-2 rect, -1, -65, -5, the clamp's codes. */
+LUM_API int8_t lum_addCI(int32_t image, const void* value);
+LUM_API int8_t lum_addCI_rect(int32_t image, const void* value, const lum_rect* rect);
+/* Multiplies in place by value (const double[channels]), rounded to nearest and saturated; integer images are then
+ * clamped to their valid bits. 8u, 16u (C1, C3), 32f (C1). -64, -7/-2, -1, -65, -5. */
+LUM_API int8_t lum_mulCI(int32_t image, const void* value);            /* value: const double[channels] */
+LUM_API int8_t lum_mulCI_rect(int32_t image, const void* value, const lum_rect* rect);
+/* destination = source - value (one sample of the image's type, every channel), saturating at 0. 8u, 16u.
+ * -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_subC(int32_t source, int32_t destination, const void* value);
+
+/* Converts every sample into destination (initialised with the target format) over the source's size:
+ * 8u->16u, 16u->8u (saturating), 16u->32f (1 or 3 channels), 32f->8u (1 channel, rounded to nearest).
+ * -64, -65 channel counts differ, -1 other pairs, -2 a destination too small for its buffer, -5 primitive. */
+LUM_API int8_t lum_convert(int32_t source, int32_t destination);
+
+/* Logical shifts of a one-channel 8u or 16u image in place, over the image or rect; bits shifted out are lost.
+ * -64, -7/-2 rect, -3 right shift by more than the valid bits, -1 channels or format, -5. */
+LUM_API int8_t lum_LShiftI(int32_t image, uint32_t count);
+LUM_API int8_t lum_LShiftI_rect(int32_t image, uint32_t count, const lum_rect* rect);
+LUM_API int8_t lum_RShiftI(int32_t image, uint32_t count);
+LUM_API int8_t lum_RShiftI_rect(int32_t image, uint32_t count, const lum_rect* rect);
+
+/* Maps every source sample through table (2^valid_bits entries) into destination over the source's size:
+ * 8u C1 -> C1 or C3 (3-byte entries), 8u C3 (tables at byte offsets 0, 256, 512), 16u C1, 16u C3 (channel 0 through
+ * the first table, channels 1 and 2 through the second). -64, -7 empty source or null table, -2, -65, -1, -5. */
+LUM_API int8_t lum_lut(int32_t source, int32_t destination, const void* table);
+/* destination = valid-bits mask of source - source, 8u and 16u. -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_invert(int32_t source, int32_t destination);
+
 /* (end of section) */
 
 
 /* ---- Division, scaling, logarithm, shifts into a second image, level adjustment ---- */
 
+/* Shift a one-channel 8u or 16u source into a one-channel 8u or 16u destination: 16u->8u shifts then saturates,
+ * 8u->16u widens then shifts. -64, -7 origin/size, -2 beyond either image, -65, -1 other formats, -8, -5. */
+LUM_API int8_t lum_LShift(int32_t source, int32_t destination, uint32_t count);
+LUM_API int8_t lum_LShift_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, uint32_t count);
+LUM_API int8_t lum_RShift(int32_t source, int32_t destination, uint32_t count);
+LUM_API int8_t lum_RShift_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, uint32_t count);
+
 /* (end of section) */
 
 
 /* ---- Colour and channels ---- */
+
+/* Colour (3 channels, 8u or 16u) to grey with equal weights 1/3; result in destination (its own step).
+ * -64 either image, -1 source not 3 channels or destination not 1, -1 format not 8u/16u, -5 kernel failure. */
+LUM_API int8_t lum_color_to_gray(int32_t source, int32_t destination);
+/* 8u grey copied into all three channels of the 8u colour destination. -64, -1 layout or format. */
+LUM_API int8_t lum_gray_to_color(int32_t source, int32_t destination);
+/* In place: out_c = m[4c]*s0 + m[4c+1]*s1 + m[4c+2]*s2 + m[4c+3], rounded and saturated;
+ * 16u results are then clamped to the valid bits. -64, -1 not 3 channels or format not 8u/16u, -5. */
+LUM_API int8_t lum_color_twistI(int32_t image, const float* matrix);                 /* 3 rows of 4 */
+/* The same from source into destination; both are walked with the source's step and size. */
+LUM_API int8_t lum_color_twist(int32_t source, int32_t destination, const float* matrix);
+/* Adds palette[3i+2], palette[3i+1], palette[3i] (saturating) to the destination pixel, with i the grey sample
+ * of the rectangle times contrast plus brightness, truncated and clamped to 0..255 (16u first shifted right by
+ * valid bits - 8). Destination: 8u colour of the rectangle's size. -7 bad rectangle or null palette, -2, -1. */
+LUM_API int8_t lum_computer_color_bc(int32_t source, int32_t destination, const lum_rect* rect, const uint8_t* palette, double contrast, int32_t brightness);
+
+/* Whole-image copy into destination; -4 unless channels, format, width and height agree. */
+LUM_API int8_t lum_copy(int32_t source, int32_t destination);
+/* Copies a size.width x size.height rectangle from source_origin to destination_origin.
+ * -7 negative origin or empty size, -2 rectangle leaves an image, -4 layouts differ, -1, -65. */
+LUM_API int8_t lum_copy_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size);
+/* Writes the 8u grey image into channel 0, 1 or 2 of the 8u colour image (others unchanged); -7 bad channel. */
+LUM_API int8_t lum_copy_gray2color(int32_t grey, int32_t colour, int32_t channel);
+/* Splits a colour image (8u or 16u) into three grey planes of its format; the planes share plane0's step. */
+LUM_API int8_t lum_copy_color2channels(int32_t colour, int32_t plane0, int32_t plane1, int32_t plane2);
+/* Merges three grey planes (read with plane0's step) into the colour image. */
+LUM_API int8_t lum_copy_channels2color(int32_t plane0, int32_t plane1, int32_t plane2, int32_t colour);
+/* In place on an 8u colour image: channel c receives channel order[c]; an index outside 0..2 gives -5. */
+LUM_API int8_t lum_swap_channels(int32_t image, const int32_t* order);               /* 3 entries */
 
 /* (end of section) */
 
@@ -144,6 +232,19 @@ LUM_API int8_t lum_projection_mean(int32_t frame, int32_t destination, uint32_t 
 
 
 /* ---- Masks and line profiles ---- */
+/* Clears the 8-bit one-channel mask, then draws shape 0 rectangle, 1 ellipse (both over the whole mask)
+ * or 2 polygon (count vertices) as 255. -1 not 8u C1, -7 unknown shape, -32 no vertices, -128 bad crossings. */
+LUM_API int8_t lum_generate_mask(int32_t mask, uint32_t shape, const lum_point* points, int32_t count);
+/* As lum_generate_mask on a mask whose top-left sample is plane point origin; with count 2 the points are
+ * read as one lum_rect bounding the rectangle or ellipse (plane coordinates), clipped to the mask. */
+LUM_API int8_t lum_generate_mask_part(int32_t mask, lum_point origin, uint32_t shape, const lum_point* points, int32_t count);
+/* Mean of the 8u/16u C1 image's samples under the non-zero mask samples, mask placed at (x, y).
+ * -1 mask not 8u C1 or image not 8u/16u C1, -7 negative x or y, -2 mask overhangs the image. */
+LUM_API int8_t lum_mask_mean(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean);
+/* Mean and standard deviation (divisor: samples counted) under the mask; codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_mean_stddev(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean, double* stddev);
+/* Smallest and largest sample under the mask (0 and 0 when it selects none); codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_min_max(int32_t image, int32_t x, int32_t y, int32_t mask, float* minimum, float* maximum);
 
 /* (end of section) */
 
