@@ -207,6 +207,48 @@ LUM_API int8_t lum_swap_channels(int32_t image, const int32_t* order);          
 
 /* ---- Statistics, histograms, Otsu threshold, projections ---- */
 
+/* Sum of the samples as a double; every row is read as width one-channel samples (use on one-channel
+ * images). 8u, 16u, 32f; -64, -7/-2 rectangle, -1 other formats. */
+LUM_API int8_t lum_sum(int32_t image, double* sum);
+LUM_API int8_t lum_sum_rect(int32_t image, const lum_rect* rect, double* sum);
+/* Minimum and maximum in the image's own sample type, one per channel (room for 1 or 3 values each).
+ * -64, -7/-2 rectangle, -7 null output, -1 format, -65 channels. */
+LUM_API int8_t lum_img_min_max(int32_t image, void* minimum, void* maximum);
+LUM_API int8_t lum_img_min_max_rect(int32_t image, const lum_rect* rect, void* minimum, void* maximum);
+/* Mean and population standard deviation of a one-channel 8u, 16u or 32f image.
+ * -64, -7/-2 rectangle, -7 null output, -1 format, -65 channels. */
+LUM_API int8_t lum_img_mean_stddev(int32_t image, double* mean, double* stddev);
+LUM_API int8_t lum_img_mean_stddev_rect(int32_t image, const lum_rect* rect, double* mean, double* stddev);
+/* destination = larger (smaller) of first and second, pixel by pixel, one-channel 8u or 16u.
+ * -64, -4 layouts differ, -65 channels; 16s and 32f images return 0 and change nothing. */
+LUM_API int8_t lum_img_max_every(int32_t first, int32_t second, int32_t destination);
+LUM_API int8_t lum_img_min_every(int32_t first, int32_t second, int32_t destination);
+/* Uniform histogram of a one-channel 8u, 16u or 32f image: counts[k] (every one of the bins written) holds the
+ * samples v with lower + k*(upper-lower)/bins <= v < lower + (k+1)*(upper-lower)/bins, levels in double precision.
+ * -64, -7/-2 rectangle, -1 channels not 1 or format 16s, -7 null counts, bins 0 or lower >= upper, -5 bins < 0. */
+LUM_API int8_t lum_histogram(int32_t image, float lower, float upper, uint32_t* counts, int32_t bins);
+LUM_API int8_t lum_histogram_rect(int32_t image, const lum_rect* rect, float lower, float upper, uint32_t* counts, int32_t bins);
+/* Otsu's threshold of a one-channel 8u or 16u image, in the image's sample values. A 16u image is rescaled to
+ * 8 bits through its whole-image minimum and maximum, and its rectangle is measured at the rescaled image's
+ * top-left corner; a constant 16u image gives its value. -64, -7/-2 rectangle, -1 channels or format, -7 null. */
+LUM_API int8_t lum_otsu_get_threshold(int32_t image, int32_t* threshold);
+LUM_API int8_t lum_otsu_get_threshold_rect(int32_t image, const lum_rect* rect, int32_t* threshold);
+/* Projection of frame number index (of count) of a sequence of one-channel frames into destination (same format).
+ * direction 0: destination = max (min) of itself and the frame, pixel by pixel; 1: the maximum (minimum) of each
+ * row r goes to destination (index, r); 2: destination row index = max (min) of itself and every frame row.
+ * 16s and 32f frames return 0 and change nothing. -64, -1 frame channels, -4 format/channels differ,
+ * -7 direction or empty sizes/count, -2 destination too small (also a column/row index past its buffer). */
+LUM_API int8_t lum_projection_max(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction);
+LUM_API int8_t lum_projection_min(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction);
+/* Creates the float accumulator (width x height, one channel) of lum_projection_mean into *accumulator;
+ * returns the init status (the handle stays created on failure). */
+LUM_API int8_t lum_projection_mean_init(uint32_t width, uint32_t height, int32_t* accumulator);
+/* Mean projection (8u, 16u, 32f). Direction 0: index 0 restarts the accumulator, each frame is added, and at
+ * index = count - 1 the destination receives accumulator / count (rounded to nearest, saturated). Directions 1
+ * and 2 write each row's (column's) mean at once into column (row) index. Codes as lum_projection_max, plus -1
+ * for an accumulator that is not one-channel float and -2 for one smaller than the frame. */
+LUM_API int8_t lum_projection_mean(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction, int32_t accumulator);
+
 /* (end of section) */
 
 
@@ -250,6 +292,16 @@ LUM_API int8_t lum_morph_open_close(int32_t source, int32_t destination, const l
 
 
 /* ---- Watershed ---- */
+
+/* Marker-controlled watershed by flooding. source: one-channel 8u or 16u, unchanged. markers: one-channel 16u of
+ * the same size; each non-zero value is a seed and names one basin. The basins grow from their seeds in the order
+ * of the source's grey level (a pixel enters at the larger of its own level and the level being flooded), first
+ * in first out within a level, 8-connected. A pixel takes the label of its labelled neighbours when they agree;
+ * where two different basins meet it stays 0 (the watershed line) and floods no further; a pixel no basin
+ * reaches stays 0. Time and memory linear in the pixels (one bucket per grey level; 8 to 12 bytes per pixel of scratch).
+ * Codes: -6/-64 handles, -64 uninitialised, -1 a channel count other than 1, source not 8u/16u or markers not
+ * 16u, -4 sizes differ, -32 no seed at all, -8 out of memory (the markers are then unchanged). */
+LUM_API int8_t lum_watershed(int32_t source, int32_t markers);
 
 /* (end of section) */
 
