@@ -146,6 +146,16 @@ LUM_API int8_t lum_rotate(int32_t source, int32_t destination, double angle, dou
 
 /* ---- Masks and line profiles ---- */
 
+/* Profile along the segment first-second of a grey 8u/16u image: the digital line, with thickness > 1 the
+ * lines shifted by the band offsets stacked and averaged, resampled to L = trunc(sqrt(dx^2 + dy^2)) samples
+ * (dx, dy counting both ends) of the image's type. *count: capacity in, L out (set before sampling).
+ * -64, -1 not grey or format, -7 point beyond the image, null output, thickness 0, L 0 or above capacity,
+ * -5 a point outside the image or another kernel failure. */
+LUM_API int8_t lum_get_fast_profile(int32_t image, lum_point first, lum_point second, uint32_t thickness, void* samples, uint32_t* count);
+/* The same; a band of thickness > 1 lines is taken parallel to the segment from the image turned so that the
+ * segment lies along a row (8u, 16u and 32f), then averaged across. Codes as lum_get_fast_profile. */
+LUM_API int8_t lum_get_profile(int32_t image, lum_point first, lum_point second, uint32_t thickness, void* samples, uint32_t* count);
+
 /* (end of section) */
 
 

@@ -116,16 +116,6 @@ inline float saturate_round(float v, float top) {
     return (hi + 12582912.0f) - 12582912.0f;
 }
 
-template <class T>
-inline void store_row(const float* __restrict acc, T* __restrict d, int n) {
-    if constexpr (sizeof(T) == 4) {
-        for (int i = 0; i < n; ++i) d[i] = acc[i];
-    } else {
-        constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
-        for (int i = 0; i < n; ++i) d[i] = static_cast<T>(static_cast<int>(saturate_round(acc[i], top)));
-    }
-}
-
 int check_call(const void* src, void* dst, const void* spec, Offset offset, Size dst_size, int interpolation) {
     if (!src || !dst || !spec) return st_null;
     if (empty_region(dst_size)) return st_size;
@@ -137,9 +127,13 @@ int check_call(const void* src, void* dst, const void* spec, Offset offset, Size
 }
 
 template <class T, int CH>
-int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, const void* spec_block) {
+int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, const void* spec_block,
+            void* buffer) {
     LUM_CHECK_KERNEL(check_call(src, dst, spec_block, offset, dst_size, resize_nearest));
+    if (!buffer) return st_null;
     const auto* spec = static_cast<const ResizeSpec*>(spec_block);
+    const int sw = spec->src.width;
+    uint32_t* __restrict wide = static_cast<uint32_t*>(buffer);
     const int32_t* xi = table<const int32_t>(spec, spec->x_index);
     const int32_t* yi = table<const int32_t>(spec, spec->y_index);
     const int w = dst_size.width;
@@ -151,39 +145,68 @@ int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Siz
             continue;
         }
         const T* __restrict s = row_at(src, src_step, yi[y]);
-        for (int x = 0; x < w; ++x)
-            for (int c = 0; c < CH; ++c) d[x * CH + c] = s[xi[x] * CH + c];
+        if constexpr (sizeof(T) < 4) {
+            // Widened first: 32-bit lanes can be gathered by vector instructions, narrow samples cannot.
+            for (int i = 0; i < sw * CH; ++i) wide[i] = s[i];
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < CH; ++c) d[x * CH + c] = static_cast<T>(wide[xi[x] * CH + c]);
+        } else {
+            for (int x = 0; x < w; ++x)
+                for (int c = 0; c < CH; ++c) d[x * CH + c] = s[xi[x] * CH + c];
+        }
     }
     return st_ok;
 }
 
-template <class T, int CH, int TAPS>
-void horizontal(const T* __restrict s, float* __restrict out, int w, const int32_t* __restrict xi,
-                const float* __restrict xw) {
-    for (int x = 0; x < w; ++x)
-        for (int c = 0; c < CH; ++c) {
-            float acc = 0.0f;
-            for (int k = 0; k < TAPS; ++k) acc += xw[x * TAPS + k] * float(s[xi[x * TAPS + k] * CH + c]);
-            out[x * CH + c] = acc;
-        }
-}
-
-template <int TAPS>
-void vertical(const float* const* rows, const float* wy, float* __restrict acc, int n) {
+// Vertical pass first: TAPS source rows blended into one float row of the
+// source's width (contiguous, converts and vectorizes well); the horizontal
+// pass then reads that row through the column table.
+template <class T, int TAPS>
+void vertical(const T* const* rows, const float* wy, float* __restrict out, int n) {
     float w[TAPS];
-    const float* r[TAPS];
+    const T* r[TAPS];
     for (int k = 0; k < TAPS; ++k) {
         w[k] = wy[k];
         r[k] = rows[k];
     }
     for (int i = 0; i < n; ++i) {
         float a = 0.0f;
-        for (int k = 0; k < TAPS; ++k) a += w[k] * r[k][i];
-        acc[i] = a;
+        for (int k = 0; k < TAPS; ++k) a += w[k] * float(r[k][i]);
+        out[i] = a;
     }
 }
 
-inline int64_t ring_row_floats(int width, int channels) { return (int64_t(width) * channels + 15) & ~int64_t(15); }
+template <class T, int CH, int TAPS>
+void horizontal(const float* __restrict v, T* __restrict d, int w, const int32_t* __restrict xi,
+                const float* __restrict xw) {
+    constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
+    for (int x = 0; x < w; ++x)
+        for (int c = 0; c < CH; ++c) {
+            float acc = 0.0f;
+            for (int k = 0; k < TAPS; ++k) acc += xw[x * TAPS + k] * v[xi[x * TAPS + k] * CH + c];
+            if constexpr (sizeof(T) == 4)
+                d[x * CH + c] = acc;
+            else
+                d[x * CH + c] = static_cast<T>(static_cast<int>(saturate_round(acc, top)));
+        }
+}
+
+// Exact halving: the tables reduce to columns 2x, 2x + 1 and rows 2y, 2y + 1
+// with weights 1/2, so the same sums are formed directly, without tables.
+template <class T, int CH>
+void halve_row(const T* __restrict r0, const T* __restrict r1, T* __restrict d, int w) {
+    constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
+    for (int x = 0; x < w; ++x)
+        for (int c = 0; c < CH; ++c) {
+            const float v0 = 0.5f * float(r0[2 * x * CH + c]) + 0.5f * float(r1[2 * x * CH + c]);
+            const float v1 = 0.5f * float(r0[(2 * x + 1) * CH + c]) + 0.5f * float(r1[(2 * x + 1) * CH + c]);
+            const float acc = 0.5f * v0 + 0.5f * v1;
+            if constexpr (sizeof(T) == 4)
+                d[x * CH + c] = acc;
+            else
+                d[x * CH + c] = static_cast<T>(static_cast<int>(saturate_round(acc, top)));
+        }
+}
 
 template <class T, int CH, int TAPS>
 int separable(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, int border,
@@ -192,30 +215,23 @@ int separable(const T* src, int src_step, T* dst, int dst_step, Offset offset, S
     if (!buffer) return st_null;
     if (border != border_replicate) return st_bad_arg;
     const auto* spec = static_cast<const ResizeSpec*>(spec_block);
+    const int w = dst_size.width, sw = spec->src.width;
+    if (TAPS == 2 && sw == 2 * w && spec->src.height == 2 * dst_size.height) {
+        for (int y = 0; y < dst_size.height; ++y)
+            halve_row<T, CH>(row_at(src, src_step, 2 * y), row_at(src, src_step, 2 * y + 1), row_at(dst, dst_step, y),
+                             w);
+        return st_ok;
+    }
     const int32_t* xi = table<const int32_t>(spec, spec->x_index);
     const float* xw = table<const float>(spec, spec->x_weight);
     const int32_t* yi = table<const int32_t>(spec, spec->y_index);
     const float* yw = table<const float>(spec, spec->y_weight);
-    const int w = dst_size.width, n = w * CH;
-    const int64_t row_floats = ring_row_floats(w, CH);
-    float* ring = static_cast<float*>(buffer);
-    float* acc = ring + row_floats * TAPS;
-    int32_t* tag = reinterpret_cast<int32_t*>(acc + row_floats);
-    for (int k = 0; k < TAPS; ++k) tag[k] = -1;
+    float* column = static_cast<float*>(buffer);
     for (int y = 0; y < dst_size.height; ++y) {
-        const float* rows[TAPS];
-        // The needed rows are at most TAPS consecutive indices, so they never share a slot.
-        for (int k = 0; k < TAPS; ++k) {
-            const int32_t r = yi[y * TAPS + k];
-            float* slot = ring + row_floats * (r % TAPS);
-            if (tag[r % TAPS] != r) {
-                horizontal<T, CH, TAPS>(row_at(src, src_step, r), slot, w, xi, xw);
-                tag[r % TAPS] = r;
-            }
-            rows[k] = slot;
-        }
-        vertical<TAPS>(rows, yw + y * TAPS, acc, n);
-        store_row(acc, row_at(dst, dst_step, y), n);
+        const T* rows[TAPS];
+        for (int k = 0; k < TAPS; ++k) rows[k] = row_at(src, src_step, yi[y * TAPS + k]);
+        vertical<T, TAPS>(rows, yw + y * TAPS, column, sw * CH);
+        horizontal<T, CH, TAPS>(column, row_at(dst, dst_step, y), w, xi, xw);
     }
     return st_ok;
 }
@@ -268,19 +284,20 @@ int resize_get_buffer_size(const void* spec_block, Size dst, int channels, int* 
     if (empty_region(dst)) return st_size;
     const auto* spec = static_cast<const ResizeSpec*>(spec_block);
     if (spec->magic != kResizeMagic || channels < 1 || channels > 4) return st_bad_arg;
-    // The ring of filtered rows, one accumulator row and the ring's tags.
-    const int64_t total = (spec->taps_y + 1) * ring_row_floats(dst.width, channels) * 4 + 64;
+    // One row of the source's width, blended vertically.
+    (void)dst;
+    const int64_t total = (int64_t(spec->src.width) * channels + 16) * 4 + 64;
     if (total > 0x7FFFFFC0) return st_bad_arg;
     *bytes = int(total);
     return st_ok;
 }
 
 #define LUM_RESIZE_KERNELS(fmt, T)                                                                              \
-    int resize_nearest_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void*) {   \
-        return nearest<T, 1>(s, ss, d, ds, o, z, p);                                                            \
+    int resize_nearest_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void* w) { \
+        return nearest<T, 1>(s, ss, d, ds, o, z, p, w);                                                            \
     }                                                                                                           \
-    int resize_nearest_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void*) {   \
-        return nearest<T, 3>(s, ss, d, ds, o, z, p);                                                            \
+    int resize_nearest_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void* w) { \
+        return nearest<T, 3>(s, ss, d, ds, o, z, p, w);                                                            \
     }                                                                                                           \
     int resize_linear_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,      \
                                  void* w) {                                                                     \
