@@ -110,10 +110,15 @@ void lanczos_axis(int s, int d, int32_t* index, float* weight, double* scratch) 
 
 // ---- kernels ----------------------------------------------------------------
 
-inline float saturate_round(float v, float top) {
-    const float lo = v > 0.0f ? v : 0.0f;
-    const float hi = lo < top ? lo : top;
-    return (hi + 12582912.0f) - 12582912.0f;
+// Round half to even and saturate to [0, top]: adding 1.5 * 2^23 leaves the
+// rounded value in the float's integer bits, and the clamps are made on that
+// sum so that every level turns them into vector selects (NaN becomes 0).
+inline int saturate_round(float v, float top) {
+    constexpr float magic = 12582912.0f;
+    float w = v + magic;
+    w = w > magic ? w : magic;
+    w = w < magic + top ? w : magic + top;
+    return static_cast<int>(w) - 12582912;
 }
 
 int check_call(const void* src, void* dst, const void* spec, Offset offset, Size dst_size, int interpolation) {
@@ -187,7 +192,7 @@ void horizontal(const float* __restrict v, T* __restrict d, int w, const int32_t
             if constexpr (sizeof(T) == 4)
                 d[x * CH + c] = acc;
             else
-                d[x * CH + c] = static_cast<T>(static_cast<int>(saturate_round(acc, top)));
+                d[x * CH + c] = static_cast<T>(saturate_round(acc, top));
         }
 }
 
@@ -204,7 +209,7 @@ void halve_row(const T* __restrict r0, const T* __restrict r1, T* __restrict d, 
             if constexpr (sizeof(T) == 4)
                 d[x * CH + c] = acc;
             else
-                d[x * CH + c] = static_cast<T>(static_cast<int>(saturate_round(acc, top)));
+                d[x * CH + c] = static_cast<T>(saturate_round(acc, top));
         }
 }
 

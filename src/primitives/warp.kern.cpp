@@ -64,10 +64,15 @@ constexpr int data_type_of() {
     return sizeof(T) == 1 ? data_8u : sizeof(T) == 2 ? data_16u : data_32f;
 }
 
-inline float saturate_round(float v, float top) {
-    const float lo = v > 0.0f ? v : 0.0f;
-    const float hi = lo < top ? lo : top;
-    return (hi + 12582912.0f) - 12582912.0f;
+// Round half to even and saturate to [0, top]: adding 1.5 * 2^23 leaves the
+// rounded value in the float's integer bits, and the clamps are made on that
+// sum so that every level turns them into vector selects (NaN becomes 0).
+inline int saturate_round(float v, float top) {
+    constexpr float magic = 12582912.0f;
+    float w = v + magic;
+    w = w > magic ? w : magic;
+    w = w < magic + top ? w : magic + top;
+    return static_cast<int>(w) - 12582912;
 }
 
 template <class T>
@@ -75,7 +80,7 @@ inline T to_sample(float v) {
     if constexpr (sizeof(T) == 4)
         return v;
     else
-        return static_cast<T>(static_cast<int>(saturate_round(v, sizeof(T) == 1 ? 255.0f : 65535.0f)));
+        return static_cast<T>(saturate_round(v, sizeof(T) == 1 ? 255.0f : 65535.0f));
 }
 
 // Columns x in [0, w) where lo <= b + a * x < hi, widened by one column on each
