@@ -135,10 +135,8 @@ template <class T, int CH>
 int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, const void* spec_block,
             void* buffer) {
     LUM_CHECK_KERNEL(check_call(src, dst, spec_block, offset, dst_size, resize_nearest));
-    if (!buffer) return st_null;
+    (void)buffer;  // nearest needs no work buffer
     const auto* spec = static_cast<const ResizeSpec*>(spec_block);
-    const int sw = spec->src.width;
-    uint32_t* __restrict wide = static_cast<uint32_t*>(buffer);
     const int32_t* xi = table<const int32_t>(spec, spec->x_index);
     const int32_t* yi = table<const int32_t>(spec, spec->y_index);
     const int w = dst_size.width;
@@ -150,15 +148,8 @@ int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Siz
             continue;
         }
         const T* __restrict s = row_at(src, src_step, yi[y]);
-        if constexpr (sizeof(T) < 4) {
-            // Widened first: 32-bit lanes can be gathered by vector instructions, narrow samples cannot.
-            for (int i = 0; i < sw * CH; ++i) wide[i] = s[i];
-            for (int x = 0; x < w; ++x)
-                for (int c = 0; c < CH; ++c) d[x * CH + c] = static_cast<T>(wide[xi[x] * CH + c]);
-        } else {
-            for (int x = 0; x < w; ++x)
-                for (int c = 0; c < CH; ++c) d[x * CH + c] = s[xi[x] * CH + c];
-        }
+        for (int x = 0; x < w; ++x)
+            for (int c = 0; c < CH; ++c) d[x * CH + c] = s[xi[x] * CH + c];
     }
     return st_ok;
 }
