@@ -187,17 +187,74 @@ int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Siz
     return st_ok;
 }
 
+// Per-row scratch of the linear warp's inner span, laid out in the work
+// buffer after the two coordinate terms.
 template <class T, int CH>
-inline void blend_full(const Frame<T, CH>& f, double u, double v, T* d) {
-    const int ix = int(u), iy = int(v);
-    const float fx = float(u - ix), fy = float(v - iy);
-    const T* r0 = row_at(f.src, f.src_step, iy) + ix * CH;
-    const T* r1 = row_at(f.src, f.src_step, iy + 1) + ix * CH;
-    for (int c = 0; c < CH; ++c) {
-        const float top = (1.0f - fx) * float(r0[c]) + fx * float(r0[c + CH]);
-        const float bottom = (1.0f - fx) * float(r1[c]) + fx * float(r1[c + CH]);
-        d[c] = to_sample<T>((1.0f - fy) * top + fy * bottom);
+struct Lanes {
+    int32_t* offset;  // byte offset of the top-left neighbour
+    float* fx;
+    float* fy;
+    T* p[4];          // the four neighbours, per channel
+};
+
+constexpr int64_t lane_bytes(int64_t w) { return w * (16 + 4 + 4 + 4 + 4 * 3 * 4) + 6 * 64; }
+
+template <class T, int CH>
+Lanes<T, CH> lanes_in(void* buffer, int w) {
+    auto at = reinterpret_cast<uintptr_t>(buffer) + uintptr_t(w) * 16;
+    auto take = [&](int64_t bytes) {
+        at = (at + 63) & ~uintptr_t(63);
+        const uintptr_t p = at;
+        at += uintptr_t(bytes);
+        return p;
+    };
+    Lanes<T, CH> l;
+    l.offset = reinterpret_cast<int32_t*>(take(int64_t(w) * 4));
+    l.fx = reinterpret_cast<float*>(take(int64_t(w) * 4));
+    l.fy = reinterpret_cast<float*>(take(int64_t(w) * 4));
+    for (int k = 0; k < 4; ++k) l.p[k] = reinterpret_cast<T*>(take(int64_t(w) * CH * sizeof(T)));
+    return l;
+}
+
+// The span where all four neighbours are inside, in three passes: positions
+// and fractions (vector), the neighbour fetches (scalar, one load each), and
+// the blend (vector) with the same single-precision terms as blend_edge.
+template <class T, int CH>
+void blend_span(const Frame<T, CH>& f, double bx, double by, int x0, int n, T* __restrict d, const Lanes<T, CH>& l) {
+    const double* __restrict ax = f.ax + x0;
+    const double* __restrict ay = f.ay + x0;
+    int32_t* __restrict off = l.offset;
+    float* __restrict fx = l.fx;
+    float* __restrict fy = l.fy;
+    const int step = f.src_step;
+    for (int i = 0; i < n; ++i) {
+        const double u = bx + ax[i], v = by + ay[i];
+        const int ix = int(u), iy = int(v);
+        fx[i] = float(u - ix);
+        fy[i] = float(v - iy);
+        off[i] = iy * step + ix * int(CH * sizeof(T));
     }
+    const uint8_t* __restrict s = reinterpret_cast<const uint8_t*>(f.src);
+    T* __restrict p00 = l.p[0];
+    T* __restrict p01 = l.p[1];
+    T* __restrict p10 = l.p[2];
+    T* __restrict p11 = l.p[3];
+    for (int i = 0; i < n; ++i)
+        for (int c = 0; c < CH; ++c) {
+            const T* q0 = reinterpret_cast<const T*>(s + off[i]) + c;
+            const T* q1 = reinterpret_cast<const T*>(s + off[i] + step) + c;
+            p00[i * CH + c] = q0[0];
+            p01[i * CH + c] = q0[CH];
+            p10[i * CH + c] = q1[0];
+            p11[i * CH + c] = q1[CH];
+        }
+    for (int i = 0; i < n; ++i)
+        for (int c = 0; c < CH; ++c) {
+            const float a = fx[i], b = fy[i];
+            const float top = (1.0f - a) * float(p00[i * CH + c]) + a * float(p01[i * CH + c]);
+            const float bottom = (1.0f - a) * float(p10[i * CH + c]) + a * float(p11[i * CH + c]);
+            d[i * CH + c] = to_sample<T>((1.0f - b) * top + b * bottom);
+        }
 }
 
 // Near the edge: neighbours outside the source contribute the border value.
@@ -228,6 +285,7 @@ int linear(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size
     const auto* spec = static_cast<const WarpSpec*>(block);
     const int w = dst_size.width;
     const Frame<T, CH> f = prepare<T, CH>(src, src_step, spec, buffer, w);
+    const Lanes<T, CH> lanes = lanes_in<T, CH>(buffer, w);
     const double* m = spec->inverse;
     const double sw = f.sw, sh = f.sh;
     for (int y = 0; y < dst_size.height; ++y) {
@@ -261,7 +319,7 @@ int linear(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size
         }
         for (int x = 0; x < lo; ++x) put_border(d + x * CH, f);
         for (int x = lo; x < flo; ++x) blend_edge(f, bx + f.ax[x], by + f.ay[x], d + x * CH);
-        for (int x = flo; x <= fhi; ++x) blend_full(f, bx + f.ax[x], by + f.ay[x], d + x * CH);
+        if (fhi >= flo) blend_span(f, bx, by, flo, fhi - flo + 1, d + flo * CH, lanes);
         for (int x = fhi + 1 > lo ? fhi + 1 : lo; x <= hi; ++x) blend_edge(f, bx + f.ax[x], by + f.ay[x], d + x * CH);
         for (int x = hi + 1 > lo ? hi + 1 : lo; x < w; ++x) put_border(d + x * CH, f);
     }
@@ -323,8 +381,10 @@ int warp_get_buffer_size(const void* block, Size dst, int* bytes) {
     if (!block || !bytes) return st_null;
     if (empty_region(dst)) return st_size;
     if (static_cast<const WarpSpec*>(block)->magic != kWarpMagic) return st_bad_arg;
-    // Two per-column coordinate terms.
-    *bytes = int(int64_t(dst.width) * 2 * sizeof(double) + 64);
+    // Two per-column coordinate terms, then the linear warp's per-row lanes.
+    const int64_t total = int64_t(dst.width) * 2 * int64_t(sizeof(double)) + 64 + lane_bytes(dst.width);
+    if (total > 0x7FFFFFC0) return st_bad_arg;
+    *bytes = int(total);
     return st_ok;
 }
 
