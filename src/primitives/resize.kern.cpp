@@ -172,25 +172,53 @@ void vertical(const T* const* rows, const float* wy, float* __restrict out, int 
     }
 }
 
+// Two passes: the taps are fetched through the column table with plain scalar
+// loads (vector gathers are slower here), then weighed and stored by a vector
+// loop, in blocks that stay in the first-level cache.
 template <class T, int CH, int TAPS>
 void horizontal(const float* __restrict v, T* __restrict d, int w, const int32_t* __restrict xi,
                 const float* __restrict xw) {
     constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
-    for (int x = 0; x < w; ++x)
-        for (int c = 0; c < CH; ++c) {
-            float acc = 0.0f;
-            for (int k = 0; k < TAPS; ++k) acc += xw[x * TAPS + k] * v[xi[x * TAPS + k] * CH + c];
-            if constexpr (sizeof(T) == 4)
-                d[x * CH + c] = acc;
-            else
-                d[x * CH + c] = static_cast<T>(saturate_round(acc, top));
-        }
+    constexpr int kBlock = 256;
+    alignas(64) float taps[TAPS][kBlock * CH];
+    for (int x0 = 0; x0 < w; x0 += kBlock) {
+        const int n = w - x0 < kBlock ? w - x0 : kBlock;
+        for (int x = 0; x < n; ++x)
+            for (int k = 0; k < TAPS; ++k) {
+                const float* p = v + xi[(x0 + x) * TAPS + k] * CH;
+                for (int c = 0; c < CH; ++c) taps[k][x * CH + c] = p[c];
+            }
+        const float* __restrict wt = xw + x0 * TAPS;
+        T* __restrict out = d + x0 * CH;
+        for (int x = 0; x < n; ++x)
+            for (int c = 0; c < CH; ++c) {
+                float acc = 0.0f;
+                for (int k = 0; k < TAPS; ++k) acc += wt[x * TAPS + k] * taps[k][x * CH + c];
+                if constexpr (sizeof(T) == 4)
+                    out[x * CH + c] = acc;
+                else
+                    out[x * CH + c] = static_cast<T>(saturate_round(acc, top));
+            }
+    }
 }
 
 // Exact halving: the tables reduce to columns 2x, 2x + 1 and rows 2y, 2y + 1
 // with weights 1/2, so the same sums are formed directly, without tables.
 template <class T, int CH>
 void halve_row(const T* __restrict r0, const T* __restrict r1, T* __restrict d, int w) {
+    if constexpr (sizeof(T) < 4) {
+        // Integer samples: the float sums are exact, so the result is the sum of
+        // four divided by 4 and rounded half to even, done in integers.
+        using Sum = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+        for (int x = 0; x < w; ++x)
+            for (int c = 0; c < CH; ++c) {
+                const Sum sum = Sum(Sum(r0[2 * x * CH + c]) + Sum(r0[(2 * x + 1) * CH + c]) +
+                                    Sum(r1[2 * x * CH + c]) + Sum(r1[(2 * x + 1) * CH + c]));
+                // sum = 4q + r: r = 3 rounds up, r = 2 only when q is odd.
+                d[x * CH + c] = static_cast<T>((sum + 1 + ((sum >> 2) & 1)) >> 2);
+            }
+        return;
+    }
     constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
     for (int x = 0; x < w; ++x)
         for (int c = 0; c < CH; ++c) {
