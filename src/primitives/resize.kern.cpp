@@ -181,24 +181,29 @@ void horizontal(const float* __restrict v, T* __restrict d, int w, const int32_t
     constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
     constexpr int kBlock = 256;
     alignas(64) float taps[TAPS][kBlock * CH];
+    // Weights spread to every sample, so that the blend below is one flat loop.
+    alignas(64) float weights[TAPS][kBlock * CH];
     for (int x0 = 0; x0 < w; x0 += kBlock) {
         const int n = w - x0 < kBlock ? w - x0 : kBlock;
         for (int x = 0; x < n; ++x)
             for (int k = 0; k < TAPS; ++k) {
                 const float* p = v + xi[(x0 + x) * TAPS + k] * CH;
-                for (int c = 0; c < CH; ++c) taps[k][x * CH + c] = p[c];
+                const float wk = xw[(x0 + x) * TAPS + k];
+                for (int c = 0; c < CH; ++c) {
+                    taps[k][x * CH + c] = p[c];
+                    if constexpr (CH > 1) weights[k][x * CH + c] = wk;
+                }
             }
         const float* __restrict wt = xw + x0 * TAPS;
         T* __restrict out = d + x0 * CH;
-        for (int x = 0; x < n; ++x)
-            for (int c = 0; c < CH; ++c) {
-                float acc = 0.0f;
-                for (int k = 0; k < TAPS; ++k) acc += wt[x * TAPS + k] * taps[k][x * CH + c];
-                if constexpr (sizeof(T) == 4)
-                    out[x * CH + c] = acc;
-                else
-                    out[x * CH + c] = static_cast<T>(saturate_round(acc, top));
-            }
+        for (int j = 0; j < n * CH; ++j) {
+            float acc = 0.0f;
+            for (int k = 0; k < TAPS; ++k) acc += (CH > 1 ? weights[k][j] : wt[j * TAPS + k]) * taps[k][j];
+            if constexpr (sizeof(T) == 4)
+                out[j] = acc;
+            else
+                out[j] = static_cast<T>(saturate_round(acc, top));
+        }
     }
 }
 
