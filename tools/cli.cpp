@@ -3,6 +3,7 @@
 #include "cli.hpp"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -32,6 +33,29 @@ long parse_integer(const std::string& text, const std::string& what) {
     if (text.empty() || *end != '\0' || errno == ERANGE)
         throw UsageError(what + ": not an integer: '" + text + "'");
     return value;
+}
+
+std::vector<double> parse_numbers(const std::string& text, const std::string& what, size_t count) {
+    std::vector<double> values;
+    size_t start = 0;
+    while (true) {
+        const size_t comma = text.find(',', start);
+        values.push_back(parse_number(text.substr(start, comma - start), what));
+        if (comma == std::string::npos) break;
+        start = comma + 1;
+    }
+    if (count != 0 && values.size() != count)
+        throw UsageError(what + ": expected " + std::to_string(count) + " numbers separated by commas");
+    return values;
+}
+
+lum_rect parse_rect(const std::string& text, const std::string& what) {
+    const std::vector<double> v = parse_numbers(text, what, 4);
+    for (const double d : v)
+        if (!(d >= -2147483648.0 && d <= 2147483647.0) || d != std::floor(d))
+            throw UsageError(what + ": X,Y,W,H are 32-bit integers");
+    return lum_rect{static_cast<int32_t>(v[0]), static_cast<int32_t>(v[1]), static_cast<int32_t>(v[2]),
+                    static_cast<int32_t>(v[3])};
 }
 
 std::string Args::text(const std::string& name, const std::string& fallback) const {
