@@ -110,9 +110,28 @@ Image read_png(const std::string& path) {
     return Image(handle);
 }
 
+Image grey_view(const Image& image) {
+    lum_info i = image.info();
+    i.width *= static_cast<int32_t>(i.channels);
+    i.channels = lum_gray;
+    Image view;
+    check(lum_init_image_ex(view.handle(), &i), "image", "view");
+    return view;
+}
+
 void write_png(const Image& image, const std::string& path) {
     char error[512] = "";
     if (lum_png_write(path.c_str(), image.handle(), error, sizeof error) != 0) throw Error(error);
+}
+
+double sample_at(const void* samples, lum_data_format format, int index) {
+    switch (format) {
+    case lum_fmt_8u: return static_cast<const uint8_t*>(samples)[index];
+    case lum_fmt_16u: return static_cast<const uint16_t*>(samples)[index];
+    case lum_fmt_16s: return static_cast<const int16_t*>(samples)[index];
+    case lum_fmt_32f: return static_cast<const float*>(samples)[index];
+    }
+    return 0;
 }
 
 const char* format_name(lum_data_format format) {

@@ -88,7 +88,13 @@ private:
 };
 
 Image read_png(const std::string& path);
+// A one-channel image over the same buffer, channels times as wide: for
+// operations that walk samples rather than pixels.
+Image grey_view(const Image& image);
 void write_png(const Image& image, const std::string& path);
+
+// Sample index of an array of the given format, as a double.
+double sample_at(const void* samples, lum_data_format format, int index);
 
 const char* format_name(lum_data_format format);
 lum_data_format parse_format(const std::string& text);
