@@ -162,6 +162,8 @@ static int write_from(png_job* volatile job, const lum_info* info) {
 
     if (setjmp(png_jmpbuf(job->png))) return -1;
     png_init_io(job->png, job->file);
+    /* Camera frames compress little better at higher levels, and take far longer. */
+    png_set_compression_level(job->png, 2);
     png_set_IHDR(job->png, job->info, (png_uint_32)info->width, (png_uint_32)info->height, depth,
                  colour ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
