@@ -179,3 +179,92 @@ def test_handles_and_images_are_interchangeable_and_bad_handles_raise():
     with pytest.raises(lum.LumError) as e:
         lum.sum(1 << 20)
     assert e.value.code == -6 and e.value.function == "lum_sum"
+
+
+# ---- arguments passed through pointers: each wrapper's packing checked once ----
+
+@needs("addCI", "mulCI", "subC")
+def test_constants_take_the_image_sample_type_and_one_double_per_channel():
+    c = lum.Image.from_array(np.full((2, 3, 3), 100, np.uint8))
+    lum.addCI(c, 27)
+    assert (c.array == 127).all()
+    lum.mulCI(c, (1.0, 2.0, 0.5))
+    assert c.array[0, 0].tolist() == [127, 254, 64]
+    g = lum.Image.from_array(np.full((2, 2), 1000, np.uint16), valid_bits=12)
+    d = lum.Image(2, 2, lum.FMT_16U, lum.GRAY, 12)
+    lum.subC(g, d, 300)
+    assert (d.array == 700).all()
+    lum.addCI_rect(g, 5, (1, 1, 1, 1))
+    assert g.array.tolist() == [[1000, 1000], [1000, 1005]]
+
+
+@needs("lut")
+def test_lut_tables_follow_the_source_format():
+    a = np.arange(256, dtype=np.uint8).reshape(16, 16)
+    d = lum.Image(16, 16)
+    lum.lut(lum.Image.from_array(a), d, 255 - np.arange(256))
+    np.testing.assert_array_equal(d.array, 255 - a)
+    w = np.array([[0, 1023, 512]], np.uint16)
+    dw = lum.Image(3, 1, lum.FMT_16U, lum.GRAY, 10)
+    lum.lut(lum.Image.from_array(w, valid_bits=10), dw, np.arange(1024)[::-1])
+    assert dw.array.tolist() == [[1023, 0, 511]]
+
+
+@needs("LShift", "RShiftI_rect")
+def test_shifts():
+    a = lum.Image.from_array(np.array([[1, 2, 255]], np.uint8))
+    d = lum.Image(3, 1, lum.FMT_16U, lum.GRAY, 16)
+    lum.LShift(a, d, 4)
+    assert d.array.tolist() == [[16, 32, 4080]]
+    lum.RShiftI_rect(d, 4, (2, 0, 1, 1))
+    assert d.array.tolist() == [[16, 32, 255]]
+
+
+@needs("color_twist", "swap_channels")
+def test_colour_matrix_and_channel_order():
+    c = lum.Image.from_array(np.array([[[10, 20, 30]]], np.uint8))
+    d = lum.Image(1, 1, lum.FMT_8U, lum.COLOR)
+    lum.color_twist(c, d, [[0, 0, 1, 0], [0, 1, 0, 5], [1, 0, 0, 0]])
+    assert d.array[0, 0].tolist() == [30, 25, 10]
+    lum.swap_channels(d, (2, 1, 0))
+    assert d.array[0, 0].tolist() == [10, 25, 30]
+
+
+@needs("resize", "rotate")
+def test_resize_and_rotate_arguments():
+    a = RNG.integers(0, 256, (8, 12), dtype=np.uint8)
+    d = lum.Image(6, 4)
+    lum.resize(lum.Image.from_array(a), (0, 0), (12, 8), d, (0, 0), (6, 4), 1)
+    np.testing.assert_array_equal(d.array, a[1::2, 1::2])
+    r = lum.Image(12, 8)
+    lum.rotate(lum.Image.from_array(a), r, 0.0, 2.0, 0.0, 1)  # a pure shift right by two
+    np.testing.assert_array_equal(r.array[:, 2:], a[:, :-2])
+
+
+@needs("projection_max", "projection_mean_init", "projection_mean")
+def test_projections_over_frames():
+    frames = [RNG.integers(0, 4096, (3, 4), dtype=np.uint16) for _ in range(3)]
+    images = [lum.Image.from_array(f, valid_bits=12) for f in frames]
+    top = lum.Image(4, 3, lum.FMT_16U, lum.GRAY, 12)
+    mean = lum.Image(4, 3, lum.FMT_16U, lum.GRAY, 12)
+    acc = lum.projection_mean_init(4, 3)
+    assert acc.format == lum.FMT_32F
+    for k, im in enumerate(images):
+        lum.projection_max(im, top, k, 3, 0)
+        lum.projection_mean(im, mean, k, 3, 0, acc)
+    np.testing.assert_array_equal(top.array, np.max(frames, axis=0))
+    assert np.abs(mean.array - np.mean(frames, axis=0)).max() <= 0.5
+
+
+@needs("generate_mask", "mask_min_max", "mask_mean_stddev")
+def test_polygon_masks_and_masked_extremes():
+    mask = lum.Image(10, 10)
+    lum.generate_mask(mask, 2, [(0, 0), (9, 0), (9, 9), (0, 9)])
+    assert mask.array.min() == 0 and mask.array.max() == 255
+    a = RNG.integers(0, 256, (12, 12), dtype=np.uint8)
+    full = lum.Image(3, 3)
+    lum.generate_mask(full, 0)
+    lo, hi = lum.mask_min_max(lum.Image.from_array(a), 1, 2, full)
+    assert (lo, hi) == (a[2:5, 1:4].min(), a[2:5, 1:4].max())
+    mean, sd = lum.mask_mean_stddev(lum.Image.from_array(a), 1, 2, full)
+    assert mean == pytest.approx(a[2:5, 1:4].mean())
