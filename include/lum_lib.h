@@ -78,10 +78,69 @@ LUM_API int8_t  lum_clear(int32_t image);
 
 /* ---- Two-image arithmetic and logic, constants, conversion, shifts, tables, inversion ---- */
 
+/* Converts every sample into destination (initialised with the target format) over the source's size:
+ * 8u->16u, 16u->8u (saturating), 16u->32f (1 or 3 channels), 32f->8u (1 channel, rounded to nearest).
+ * -64, -65 channel counts differ, -1 other pairs, -2 a destination too small for its buffer, -5 primitive. */
+/* d = a + b (saturating), then d clamped to its valid bits (8u, 16u); a, b, d agree in layout, else -4.
+ * -64, -4, -1 format, -65 channels, -5 primitive; the clamp's codes after the sum is written. */
+LUM_API int8_t lum_add(int32_t a, int32_t b, int32_t d);
+/* b = b + a, dispatched on a's format (16u into a one-channel float b adds as floats; other b formats: 0, nothing done);
+ * integer b clamped to its valid bits unless they cover the full range. -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_addI(int32_t a, int32_t b);
+/* d = a - b saturating at 0, 8u and 16u only; a is read with b's row step. -64, -4, -1 (float too), -65, -5. */
+LUM_API int8_t lum_sub(int32_t a, int32_t b, int32_t d);
+/* a = a - b in place (8u, 16u saturating; 32f). -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_subI(int32_t a, int32_t b);
+/* d = |a - b| over a's size and layout, nothing compared; 8u C1/C3, 16u C1. -64, -1, -65, -2 outside a buffer, -5. */
+LUM_API int8_t lum_absDiff(int32_t a, int32_t b, int32_t d);
+/* b = b AND a / b OR a / b XOR a for 8u and 16u; a is left unchanged. -64, -4, -1, -5;
+ * a channel count other than 1 or 3 returns 0 and does nothing. */
+LUM_API int8_t lum_and(int32_t a, int32_t b);
+LUM_API int8_t lum_or(int32_t a, int32_t b);
+LUM_API int8_t lum_xor(int32_t a, int32_t b);
+
+/* Adds one sample value (the image's sample type) to every channel, in place over the image or rect, then clamps the
+ * whole image to its valid bits. 8u, 16u. -64, -7/-2 rect, -1, -65, -5, the clamp's codes. */
+LUM_API int8_t lum_addCI(int32_t image, const void* value);
+LUM_API int8_t lum_addCI_rect(int32_t image, const void* value, const lum_rect* rect);
+/* Multiplies in place by value (const double[channels]), rounded to nearest and saturated; integer images are then
+ * clamped to their valid bits. 8u, 16u (C1, C3), 32f (C1). -64, -7/-2, -1, -65, -5. */
+LUM_API int8_t lum_mulCI(int32_t image, const void* value);            /* value: const double[channels] */
+LUM_API int8_t lum_mulCI_rect(int32_t image, const void* value, const lum_rect* rect);
+/* destination = source - value (one sample of the image's type, every channel), saturating at 0. 8u, 16u.
+ * -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_subC(int32_t source, int32_t destination, const void* value);
+
+/* Converts every sample into destination (initialised with the target format) over the source's size:
+ * 8u->16u, 16u->8u (saturating), 16u->32f (1 or 3 channels), 32f->8u (1 channel, rounded to nearest).
+ * -64, -65 channel counts differ, -1 other pairs, -2 a destination too small for its buffer, -5 primitive. */
+LUM_API int8_t lum_convert(int32_t source, int32_t destination);
+
+/* Logical shifts of a one-channel 8u or 16u image in place, over the image or rect; bits shifted out are lost.
+ * -64, -7/-2 rect, -3 right shift by more than the valid bits, -1 channels or format, -5. */
+LUM_API int8_t lum_LShiftI(int32_t image, uint32_t count);
+LUM_API int8_t lum_LShiftI_rect(int32_t image, uint32_t count, const lum_rect* rect);
+LUM_API int8_t lum_RShiftI(int32_t image, uint32_t count);
+LUM_API int8_t lum_RShiftI_rect(int32_t image, uint32_t count, const lum_rect* rect);
+
+/* Maps every source sample through table (2^valid_bits entries) into destination over the source's size:
+ * 8u C1 -> C1 or C3 (3-byte entries), 8u C3 (tables at byte offsets 0, 256, 512), 16u C1, 16u C3 (channel 0 through
+ * the first table, channels 1 and 2 through the second). -64, -7 empty source or null table, -2, -65, -1, -5. */
+LUM_API int8_t lum_lut(int32_t source, int32_t destination, const void* table);
+/* destination = valid-bits mask of source - source, 8u and 16u. -64, -4, -1, -65, -5. */
+LUM_API int8_t lum_invert(int32_t source, int32_t destination);
+
 /* (end of section) */
 
 
 /* ---- Division, scaling, logarithm, shifts into a second image, level adjustment ---- */
+
+/* Shift a one-channel 8u or 16u source into a one-channel 8u or 16u destination: 16u->8u shifts then saturates,
+ * 8u->16u widens then shifts. -64, -7 origin/size, -2 beyond either image, -65, -1 other formats, -8, -5. */
+LUM_API int8_t lum_LShift(int32_t source, int32_t destination, uint32_t count);
+LUM_API int8_t lum_LShift_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, uint32_t count);
+LUM_API int8_t lum_RShift(int32_t source, int32_t destination, uint32_t count);
+LUM_API int8_t lum_RShift_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, uint32_t count);
 
 /* (end of section) */
 
