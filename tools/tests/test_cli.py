@@ -65,6 +65,24 @@ def test_convert_round_trips_bit_exactly(lum_cli, tmp_path, dtype, channels, bit
     assert sbit == bits
 
 
+@pytest.mark.parametrize("channels", [1, 3])
+def test_convert_between_8_and_16_bits(lum_cli, tmp_path, channels):
+    shape = (9, 21) if channels == 1 else (9, 21, 3)
+    frame = random_image(shape, np.uint16, 12)
+    pngfile.write(tmp_path / "f12.png", frame, significant_bits=12)
+    lum_cli("convert", "--to", "8u", "--shift", "4", "f12.png", "f8.png")
+    eight, sbit = pngfile.read(tmp_path / "f8.png")
+    assert eight.dtype == np.uint8 and sbit is None
+    np.testing.assert_array_equal(eight, frame >> 4)
+    lum_cli("convert", "--to", "8u", "f12.png", "sat.png")
+    np.testing.assert_array_equal(pngfile.read(tmp_path / "sat.png")[0], np.minimum(frame, 255))
+    lum_cli("convert", "--to", "16u", "--shift", "4", "f8.png", "back.png")
+    back, sbit = pngfile.read(tmp_path / "back.png")
+    assert back.dtype == np.uint16 and sbit == 12
+    np.testing.assert_array_equal(back, (frame >> 4) << 4)
+    assert "--shift: 0 to 15 bits" in lum_cli("convert", "--shift", "16", "f12.png", "x.png", expect=2).stderr
+
+
 def test_convert_reports_unwritable_output(lum_cli, tmp_path):
     pngfile.write(tmp_path / "in.png", random_image((4, 4), np.uint8))
     r = lum_cli("convert", "in.png", "no/such/dir/out.png", expect=1)
