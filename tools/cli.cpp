@@ -105,7 +105,7 @@ lum_info Image::info() const {
 
 Image read_png(const std::string& path) {
     char error[512] = "";
-    const int32_t handle = lum_png_read(path.c_str(), error, sizeof error);
+    const int32_t handle = read_png_file(path.c_str(), error, sizeof error);
     if (handle < 0) throw Error(error);
     return Image(handle);
 }
@@ -121,7 +121,7 @@ Image grey_view(const Image& image) {
 
 void write_png(const Image& image, const std::string& path) {
     char error[512] = "";
-    if (lum_png_write(path.c_str(), image.handle(), error, sizeof error) != 0) throw Error(error);
+    if (write_png_file(path.c_str(), image.handle(), error, sizeof error) != 0) throw Error(error);
 }
 
 double sample_at(const void* samples, lum_data_format format, int index) {
