@@ -283,6 +283,33 @@ const std::vector<Call>& calls() {
         },
         [](World& w, Input& in) { lum_watershed(w.handle(in), w.handle(in)); },
 
+        // Geometry
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const int32_t axis = in.in(-1, 3);
+            const lum_rect r = in.rect();
+            if (in.chance(50)) {
+                lum_mirrorI(h, axis);
+            } else {
+                lum_mirrorI_rect(h, axis, in.chance(5) ? nullptr : &r);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in);
+            const lum_point so = in.point();
+            const lum_size ss = in.size();
+            const int32_t b = w.handle(in);
+            const lum_point dop = in.point();
+            const lum_size ds = in.size();
+            static const int32_t codes[] = {0, 1, 2, 4, 8, 16, -1};
+            lum_resize(a, so, ss, b, dop, ds, codes[in.u8() % 7]);
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            const double angle = in.real(), dx = in.real(), dy = in.real();
+            lum_rotate(a, b, angle, dx, dy, in.in(-1, 3));
+        },
+
         // Colour and channels
         [](World& w, Input& in) { lum_color_to_gray(w.handle(in), w.handle(in)); },
         [](World& w, Input& in) { lum_gray_to_color(w.handle(in), w.handle(in)); },
