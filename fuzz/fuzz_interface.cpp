@@ -1,0 +1,111 @@
+// libFuzzer entry: runs the input as a program of calls to the C interface
+// on small images of random formats, channel counts and valid bits.
+#include <algorithm>
+
+#include "fuzz_driver.hpp"
+
+namespace lum::fuzz {
+
+Scratch* World::scratch_ = static_cast<Scratch*>(std::calloc(1, sizeof(Scratch)));
+
+World::~World() {
+    for (int32_t h : live_) lum_destroy_image(h);
+    for (void* b : borrowed_) std::free(b);
+}
+
+int32_t World::create() {
+    const int32_t h = lum_create_image();
+    live_.push_back(h);
+    dead_.erase(std::remove(dead_.begin(), dead_.end(), h), dead_.end());
+    return h;
+}
+
+void World::destroy(int32_t h) {
+    if (lum_destroy_image(h) == 0) {
+        live_.erase(std::remove(live_.begin(), live_.end(), h), live_.end());
+        dead_.push_back(h);
+    }
+}
+
+int32_t World::handle(Input& in) {
+    const uint8_t sel = in.u8() % 16;
+    if (sel < 12 && !live_.empty()) return live_[in.u8() % live_.size()];
+    if (sel < 13 && !dead_.empty()) return dead_[in.u8() % dead_.size()];
+    if (sel == 13) return -1 - in.u8() % 3;
+    if (sel == 14) return 100000 + in.u8();
+    return in.u8() % 8;
+}
+
+void World::borrow(int32_t h, Input& in) {
+    static const int bytes[] = {0, 1, 2, 2, 4};
+    lum_info info{};
+    info.width = in.u8() % 40;
+    info.height = 1 + in.u8() % 40;
+    info.pix_type = static_cast<lum_data_format>(1 + in.u8() % 4);
+    info.channels = in.chance(50) ? lum_gray : lum_color;
+    info.valid_bits = info.pix_type == lum_fmt_8u ? 8 : info.pix_type == lum_fmt_16u ? 9 + in.u8() % 8 : 0;
+    const uint32_t row = static_cast<uint32_t>(info.width) * bytes[info.pix_type] * info.channels;
+    info.step_bytes = row + bytes[info.pix_type] * info.channels * (in.u8() % 4);
+    if (info.step_bytes == 0) info.step_bytes = 4;
+    void* buf = std::calloc(static_cast<size_t>(info.step_bytes) * (info.height + 1) + 64, 1);
+    borrowed_.push_back(buf);
+    info.frame_buf = buf;
+    lum_init_image_ex(h, &info);
+}
+
+namespace {
+
+void pixel_access(World& w, Input& in) {
+    const int32_t h = w.handle(in);
+    lum_point p = in.point();
+    if (in.chance(50)) {
+        uint8_t value[16];
+        for (auto& b : value) b = in.u8();
+        lum_set_one_pixel(h, p, value);
+    } else {
+        lum_get_one_pixel(h, p, w.scratch());
+    }
+}
+
+}  // namespace
+
+const std::vector<Call>& calls() {
+    static const std::vector<Call> table = {
+        [](World& w, Input&) { w.create(); },
+        [](World& w, Input& in) { w.destroy(w.handle(in)); },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const int32_t width = in.in(-2, 40), height = in.in(-2, 40);
+            const auto format = static_cast<lum_data_format>(in.u8() % 8);  // every value the enumeration can hold
+            const auto channels = static_cast<lum_channels>(in.u8() % 4);
+            // Giant images are legal but only measure the machine's memory: keep below 256 MiB.
+            const uint64_t step = 4ull * ((static_cast<uint32_t>(width) & ~15u) + 16u) * 3u;
+            if (height > 0 && step * static_cast<uint64_t>(height) > (256ull << 20)) return;
+            lum_init_image(h, width, height, format, channels, in.in(-2, 17));
+        },
+        [](World& w, Input& in) { w.borrow(w.handle(in), in); },
+        [](World& w, Input& in) { lum_get_info(w.handle(in), static_cast<lum_info*>(w.scratch())); },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            if (h >= 0) lum_get_buf(h);
+        },
+        [](World& w, Input& in) { lum_get_data_byte(w.handle(in)); },
+        [](World& w, Input& in) {
+            lum_set_physical_size(w.handle(in), static_cast<float>(in.real()), static_cast<float>(in.real()));
+        },
+        pixel_access,
+        [](World& w, Input& in) { lum_clear(w.handle(in)); },
+    };
+    return table;
+}
+
+}  // namespace lum::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    using namespace lum::fuzz;
+    Input in(data, size);
+    World world;
+    const auto& table = calls();
+    for (int steps = 0; steps < 64 && !in.done(); ++steps) table[in.u8() % table.size()](world, in);
+    return 0;
+}
