@@ -16,6 +16,61 @@ uint32_t contour_set::result_size() const {
     return total;
 }
 
+// ---- spare point blocks
+
+// A spare block holds the link to the next spare in its own first bytes.
+struct block_source::spare {
+    spare* next;
+};
+static_assert(sizeof(lum_point) * kBlockPoints >= sizeof(void*));
+
+namespace {
+constexpr int32_t kMaxSpares = 64;  // 4 MB kept at most
+std::atomic<block_source::spare*> g_spares{nullptr};
+std::atomic<int32_t> g_spare_count{0};
+}  // namespace
+
+// Only whole lists are taken (one exchange) and only pushes compete, so the
+// list needs no lock and has no ABA hazard.
+block_source::block_source() : local_(g_spares.exchange(nullptr, std::memory_order_acquire)) {
+    int32_t n = 0;
+    for (spare* s = local_; s; s = s->next) ++n;
+    g_spare_count.fetch_sub(n, std::memory_order_relaxed);
+}
+
+block_source::~block_source() {
+    while (local_) {
+        spare* s = local_;
+        local_ = s->next;
+        give({reinterpret_cast<lum_point*>(s), kBlockPoints});
+    }
+}
+
+point_block block_source::take(size_t size) {
+    if (size == kBlockPoints && local_) {
+        spare* s = local_;
+        local_ = s->next;
+        return {reinterpret_cast<lum_point*>(s), size};
+    }
+    return {new lum_point[size], size};
+}
+
+void block_source::give(point_block block) {
+    if (!block.data) return;
+    if (block.size != kBlockPoints || g_spare_count.fetch_add(1, std::memory_order_relaxed) >= kMaxSpares) {
+        if (block.size == kBlockPoints) g_spare_count.fetch_sub(1, std::memory_order_relaxed);
+        delete[] block.data;
+        return;
+    }
+    auto* s = new (block.data) spare{g_spares.load(std::memory_order_relaxed)};
+    while (!g_spares.compare_exchange_weak(s->next, s, std::memory_order_release, std::memory_order_relaxed)) {
+    }
+}
+
+contour_set::~contour_set() {
+    for (const point_block& b : blocks) block_source::give(b);
+}
+
 namespace {
 constexpr int kChunks = 25;  // 64 * (2^25 - 1) slots: every non-negative int32 handle
 std::atomic<std::atomic<contour_set*>*> g_chunks[kChunks];

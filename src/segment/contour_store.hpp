@@ -11,21 +11,53 @@
 
 namespace lum::contours {
 
-// One traced boundary: `count` points of the owning set's point pool from
-// `first` on, and its bounding box (min x, min y, width, height).
+// One traced boundary: `count` points from `points` on (inside one of the
+// owning set's blocks), and its bounding box (min x, min y, width, height).
 struct contour {
-    size_t first;
+    const lum_point* points;
     int32_t count;
     lum_rect box;
 };
 
-// All contours of one find or expand call. Points of every contour share one
-// pool, so tracing a frame costs a handful of allocations, not one per contour.
+// Points of the contours of one set live in blocks that are never moved, each
+// contour inside one block. Blocks of the standard size are recycled through a
+// small process-wide list of spares: a traced frame then writes into memory the
+// process already has, instead of faulting in fresh pages on every call.
+constexpr size_t kBlockPoints = 8192;
+
+struct point_block {
+    lum_point* data = nullptr;
+    size_t size = 0;
+};
+
+// Standard blocks taken from the spares (all of them at once, so that finds on
+// other threads simply allocate); what is left goes back on destruction.
+class block_source {
+public:
+    struct spare;
+    block_source();
+    ~block_source();
+    block_source(const block_source&) = delete;
+    block_source& operator=(const block_source&) = delete;
+    // A block of `size` points (a spare when size is standard); throws std::bad_alloc.
+    point_block take(size_t size);
+    // Keeps a block among the spares, or frees it.
+    static void give(point_block block);
+
+private:
+    spare* local_ = nullptr;
+};
+
+// All contours of one find or expand call.
 struct contour_set {
-    std::vector<lum_point> points;
+    std::vector<point_block> blocks;
     std::vector<contour> contours;
 
-    const lum_point* points_of(const contour& c) const { return points.data() + c.first; }
+    contour_set() = default;
+    contour_set(const contour_set&) = delete;
+    contour_set& operator=(const contour_set&) = delete;
+    ~contour_set();  // standard blocks go to the spares
+
     // Integers the result array needs: 2 per point and 4 for the box, per contour.
     uint32_t result_size() const;
 };

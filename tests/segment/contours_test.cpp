@@ -408,7 +408,7 @@ TEST(ContourStore, ReleasedSlotIsTheNextOneReused) {
     for (int32_t k : held) EXPECT_EQ(lum_get_contours_result(k, result, sizes), 0);
 }
 
-TEST(ContourStore, ConcurrentFindAndFetchOnDistinctImages) {
+TEST(ContourStoreStress, ConcurrentFindAndFetchOnDistinctImages) {
     constexpr int kThreads = 6, kRounds = 150;
     std::vector<std::unique_ptr<Image>> images;
     std::vector<Traced> expected;
