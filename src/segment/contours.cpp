@@ -2,7 +2,6 @@
 // store, the copy of a traced set into the caller's arrays, the expansion of a
 // contour by dilation, and the decomposition of a contour into vertical runs.
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +18,23 @@ namespace {
 // Direction codes 0..7: left, down-left, down, down-right, right, up-right, up, up-left.
 constexpr int kDx[8] = {-1, -1, 0, 1, 1, 1, 0, -1};
 constexpr int kDy[8] = {0, 1, 1, 1, 0, -1, -1, -1};
+
+// The next-direction search as a table: for incoming code d and the mask of
+// non-zero neighbours (bit s for direction s), the first of d + 2 .. d + 7
+// present in the mask, or d when none is.
+struct direction_table {
+    uint8_t code[8][256];
+    constexpr direction_table() : code{} {
+        for (int d = 0; d < 8; ++d)
+            for (int mask = 0; mask < 256; ++mask) {
+                int found = d;
+                for (int k = 7; k >= 2; --k)
+                    if (mask & (1 << ((d + k) & 7))) found = (d + k) & 7;
+                code[d][mask] = static_cast<uint8_t>(found);
+            }
+    }
+};
+constexpr direction_table kNext;
 
 // Bounding box of a boundary chain. Consecutive points differ by at most one
 // in each coordinate, so a point k above the current minimum (or below the
@@ -171,23 +187,19 @@ private:
     bool nonzero(int32_t x, int32_t y) const { return x < w_ && y < h_ && base_[y * pitch_ + x] != 0; }
 
     // First direction from d + 2 to d + 7 whose neighbour is inside and non-zero, else d.
-    // Inside the frame the eight neighbours are gathered into a bit mask and the
-    // first hit is found by rotating the mask, which spares the processor a
-    // badly predicted branch per neighbour.
+    // The eight neighbours are gathered into a bit mask and the answer is looked
+    // up, which spares the processor a badly predicted branch per neighbour.
     int next_direction(int32_t x, int32_t y, const T* at, int d) const {
+        unsigned mask = 0;
         if (x > 0 && y > 0 && x < w_ - 1 && y < h_ - 1) {
-            unsigned mask = 0;
             for (int s = 0; s < 8; ++s) mask |= static_cast<unsigned>(at[off_[s]] != 0) << s;
-            const unsigned from = static_cast<unsigned>(d + 2) & 7u;
-            const unsigned window = ((mask >> from) | (mask << (8 - from))) & 0x3Fu;
-            return window != 0 ? static_cast<int>((from + std::countr_zero(window)) & 7u) : d & 7;
+        } else {
+            for (int s = 0; s < 8; ++s) {
+                const int32_t nx = x + kDx[s], ny = y + kDy[s];
+                if (nx >= 0 && nx < w_ && ny >= 0 && ny < h_) mask |= static_cast<unsigned>(at[off_[s]] != 0) << s;
+            }
         }
-        for (int k = 2; k < 8; ++k) {
-            const int s = (d + k) & 7;
-            const int32_t nx = x + kDx[s], ny = y + kDy[s];
-            if (nx >= 0 && nx < w_ && ny >= 0 && ny < h_ && at[off_[s]] != 0) return s;
-        }
-        return d & 7;
+        return kNext.code[d & 7][mask];
     }
 
     // Moves the contour being traced (len points at out) to a new block with
@@ -226,7 +238,12 @@ private:
         while (x != sx || y != sy) {
             if (used_ + len == cap_) grow(set, out, len);
             out[len++] = {x, y};
-            __builtin_prefetch(at + 4 * pitch_);
+            // The rows a boundary runs down into are usually not yet in cache:
+            // ask for the lines eight rows below while this step is worked out.
+            // (A prefetch never faults; the address is formed as an integer.)
+            const uintptr_t below = reinterpret_cast<uintptr_t>(at) + static_cast<uintptr_t>(8 * pitch_ * sizeof(T));
+            __builtin_prefetch(reinterpret_cast<const void*>(below - 32));
+            __builtin_prefetch(reinterpret_cast<const void*>(below + 32));
             d = next_direction(x, y, at, d + 4);
             x += kDx[d];
             y += kDy[d];

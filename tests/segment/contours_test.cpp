@@ -452,7 +452,7 @@ TEST(ContourStoreStress, ConcurrentFindAndFetchOnDistinctImages) {
 
 TEST(ContourStartKernel, EveryVariantMatchesTheNeighbourRule) {
     lum::test::for_each_variant([](int) {
-        for (int w : {1, 2, 15, 17, 63, 65, 66, 1000}) {
+        for (int w : {1, 2, 15, 17, 63, 65, 66, 129, 130, 200, 1000}) {
             std::mt19937 rng(w);
             std::vector<uint16_t> above(w), row(w);
             for (int x = 0; x < w; ++x) {
