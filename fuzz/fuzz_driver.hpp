@@ -68,6 +68,15 @@ public:
     void borrow(int32_t handle, Input& in);
     void* scratch() { return scratch_->bytes; }
     void* maybe_null(Input& in) { return in.chance(8) ? nullptr : scratch(); }
+    // The scratch buffer with its first `bytes` bytes taken from the input
+    // (points, tables, matrices); the rest keeps what earlier calls left.
+    void* filled(Input& in, size_t bytes) {
+        auto* p = scratch_->bytes;
+        for (size_t k = 0; k < bytes && k < sizeof(Scratch); ++k) p[k] = in.u8();
+        return p;
+    }
+    // Like filled(), but null now and then.
+    void* filled_or_null(Input& in, size_t bytes) { return in.chance(8) ? nullptr : filled(in, bytes); }
 
 private:
     std::vector<int32_t> live_;

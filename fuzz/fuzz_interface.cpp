@@ -95,6 +95,80 @@ const std::vector<Call>& calls() {
         },
         pixel_access,
         [](World& w, Input& in) { lum_clear(w.handle(in)); },
+        [](World&, Input& in) { lum_status_text(in.in(-130, 10)); },
+
+        // Colour and channels
+        [](World& w, Input& in) { lum_color_to_gray(w.handle(in), w.handle(in)); },
+        [](World& w, Input& in) { lum_gray_to_color(w.handle(in), w.handle(in)); },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            lum_color_twistI(h, static_cast<const float*>(w.filled_or_null(in, 12 * sizeof(float))));
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            lum_color_twist(a, b, static_cast<const float*>(w.filled_or_null(in, 12 * sizeof(float))));
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            const lum_rect r = in.rect();
+            const double contrast = in.real();
+            const int32_t brightness = in.in(-400, 400);
+            lum_computer_color_bc(a, b, in.chance(5) ? nullptr : &r,
+                                  static_cast<const uint8_t*>(w.filled_or_null(in, 768)), contrast, brightness);
+        },
+        [](World& w, Input& in) { lum_copy(w.handle(in), w.handle(in)); },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in);
+            const lum_point o = in.point();
+            const int32_t b = w.handle(in);
+            lum_copy_rect(a, o, b, in.point(), in.size());
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            lum_copy_gray2color(a, b, in.in(-2, 4));
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in), c = w.handle(in), d = w.handle(in);
+            lum_copy_color2channels(a, b, c, d);
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in), c = w.handle(in), d = w.handle(in);
+            lum_copy_channels2color(a, b, c, d);
+        },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            int32_t order[3] = {in.in(-1, 3), in.in(-1, 3), in.in(-1, 3)};
+            lum_swap_channels(h, in.chance(5) ? nullptr : order);
+        },
+
+        // Masks
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const uint32_t shape = static_cast<uint32_t>(in.in(0, 3));
+            int32_t count = in.in(-1, 24);
+            if (count > 4096) count = 4096;  // the array holds as many points as the count says
+            const size_t n = count > 0 ? size_t(count) : 2;
+            const auto* pts = static_cast<const lum_point*>(w.filled_or_null(in, n * sizeof(lum_point)));
+            if (in.chance(50)) {
+                lum_generate_mask(h, shape, pts, count);
+            } else {
+                lum_generate_mask_part(h, in.point(), shape, pts, count);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t im = w.handle(in);
+            const int32_t x = in.in(-3, 40), y = in.in(-3, 40);
+            const int32_t mask = w.handle(in);
+            auto* out = static_cast<double*>(w.maybe_null(in));
+            switch (in.u8() % 3) {
+            case 0: lum_mask_mean(im, x, y, mask, out); break;
+            case 1: lum_mask_mean_stddev(im, x, y, mask, out, out ? out + 1 : nullptr); break;
+            default: {
+                auto* f = reinterpret_cast<float*>(out);
+                lum_mask_min_max(im, x, y, mask, f, f ? f + 1 : nullptr);
+            }
+            }
+        },
     };
     return table;
 }

@@ -88,6 +88,35 @@ LUM_API int8_t  lum_clear(int32_t image);
 
 /* ---- Colour and channels ---- */
 
+/* Colour (3 channels, 8u or 16u) to grey with equal weights 1/3; result in destination (its own step).
+ * -64 either image, -1 source not 3 channels or destination not 1, -1 format not 8u/16u, -5 kernel failure. */
+LUM_API int8_t lum_color_to_gray(int32_t source, int32_t destination);
+/* 8u grey copied into all three channels of the 8u colour destination. -64, -1 layout or format. */
+LUM_API int8_t lum_gray_to_color(int32_t source, int32_t destination);
+/* In place: out_c = m[4c]*s0 + m[4c+1]*s1 + m[4c+2]*s2 + m[4c+3], rounded and saturated;
+ * 16u results are then clamped to the valid bits. -64, -1 not 3 channels or format not 8u/16u, -5. */
+LUM_API int8_t lum_color_twistI(int32_t image, const float* matrix);                 /* 3 rows of 4 */
+/* The same from source into destination; both are walked with the source's step and size. */
+LUM_API int8_t lum_color_twist(int32_t source, int32_t destination, const float* matrix);
+/* Adds palette[3i+2], palette[3i+1], palette[3i] (saturating) to the destination pixel, with i the grey sample
+ * of the rectangle times contrast plus brightness, truncated and clamped to 0..255 (16u first shifted right by
+ * valid bits - 8). Destination: 8u colour of the rectangle's size. -7 bad rectangle or null palette, -2, -1. */
+LUM_API int8_t lum_computer_color_bc(int32_t source, int32_t destination, const lum_rect* rect, const uint8_t* palette, double contrast, int32_t brightness);
+
+/* Whole-image copy into destination; -4 unless channels, format, width and height agree. */
+LUM_API int8_t lum_copy(int32_t source, int32_t destination);
+/* Copies a size.width x size.height rectangle from source_origin to destination_origin.
+ * -7 negative origin or empty size, -2 rectangle leaves an image, -4 layouts differ, -1, -65. */
+LUM_API int8_t lum_copy_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size);
+/* Writes the 8u grey image into channel 0, 1 or 2 of the 8u colour image (others unchanged); -7 bad channel. */
+LUM_API int8_t lum_copy_gray2color(int32_t grey, int32_t colour, int32_t channel);
+/* Splits a colour image (8u or 16u) into three grey planes of its format; the planes share plane0's step. */
+LUM_API int8_t lum_copy_color2channels(int32_t colour, int32_t plane0, int32_t plane1, int32_t plane2);
+/* Merges three grey planes (read with plane0's step) into the colour image. */
+LUM_API int8_t lum_copy_channels2color(int32_t plane0, int32_t plane1, int32_t plane2, int32_t colour);
+/* In place on an 8u colour image: channel c receives channel order[c]; an index outside 0..2 gives -5. */
+LUM_API int8_t lum_swap_channels(int32_t image, const int32_t* order);               /* 3 entries */
+
 /* (end of section) */
 
 
@@ -102,6 +131,19 @@ LUM_API int8_t  lum_clear(int32_t image);
 
 
 /* ---- Masks and line profiles ---- */
+/* Clears the 8-bit one-channel mask, then draws shape 0 rectangle, 1 ellipse (both over the whole mask)
+ * or 2 polygon (count vertices) as 255. -1 not 8u C1, -7 unknown shape, -32 no vertices, -128 bad crossings. */
+LUM_API int8_t lum_generate_mask(int32_t mask, uint32_t shape, const lum_point* points, int32_t count);
+/* As lum_generate_mask on a mask whose top-left sample is plane point origin; with count 2 the points are
+ * read as one lum_rect bounding the rectangle or ellipse (plane coordinates), clipped to the mask. */
+LUM_API int8_t lum_generate_mask_part(int32_t mask, lum_point origin, uint32_t shape, const lum_point* points, int32_t count);
+/* Mean of the 8u/16u C1 image's samples under the non-zero mask samples, mask placed at (x, y).
+ * -1 mask not 8u C1 or image not 8u/16u C1, -7 negative x or y, -2 mask overhangs the image. */
+LUM_API int8_t lum_mask_mean(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean);
+/* Mean and standard deviation (divisor: samples counted) under the mask; codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_mean_stddev(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean, double* stddev);
+/* Smallest and largest sample under the mask (0 and 0 when it selects none); codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_min_max(int32_t image, int32_t x, int32_t y, int32_t mask, float* minimum, float* maximum);
 
 /* (end of section) */
 
@@ -127,6 +169,10 @@ LUM_API void    lum_vline_contour(const lum_point* points, int32_t count, const 
 
 
 /* ---- Status text ---- */
+
+/* A short, static English phrase for a status code ("image not initialised" for -64);
+ * codes outside the table get "unknown status" (negative) or "unknown warning" (positive). Never null. */
+LUM_API const char* lum_status_text(int code);
 
 /* (end of section) */
 

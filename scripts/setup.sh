@@ -9,7 +9,7 @@ case "$what" in
   test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest) ;;
   bench) pkgs+=(libopencv-dev) ;;
   fuzz) pkgs+=(clang libclang-rt-14-dev) ;;
-  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest libopencv-dev) ;;
+  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest libopencv-dev clang libclang-rt-14-dev) ;;
 esac
 missing=()
 for p in "${pkgs[@]}"; do
