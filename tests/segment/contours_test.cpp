@@ -335,6 +335,15 @@ TEST(FindContours, StatusCodesAndTheirOrder) {
     Image borrowed;
     ASSERT_EQ(lum_init_image_ex(borrowed, &info), 0);
     EXPECT_EQ(lum_find_contours(borrowed, &total, &count), -2);
+
+    // A caller's description without a buffer: the scan refuses the null row.
+    lum_info nothing{8, 8, 0, 0, 16, lum_fmt_8u, 8, lum_gray, nullptr};
+    Image hollow;
+    ASSERT_EQ(lum_init_image_ex(hollow, &nothing), 0);
+    int32_t status = 0;
+    EXPECT_EQ(lum::test::captured_stdout([&] { status = lum_find_contours(hollow, &total, &count); }),
+              "IPP function failed,return value -8.\n");
+    EXPECT_EQ(status, -5);
 }
 
 TEST(FindContours, CallersBufferWithOddStepTracesLikeTheReference) {
