@@ -10,6 +10,7 @@
 #include "image/call_frame.hpp"
 #include "primitives/contour_scan.hpp"
 #include "segment/contour_store.hpp"
+#include "segment/morphology.hpp"
 
 namespace lum::contours {
 
@@ -302,6 +303,40 @@ int32_t find_contours(const img& im, uint32_t* total, uint32_t* count) {
     return register_set(std::move(set));
 }
 
+// Grows a contour by r: its points are drawn into a cleared scratch image with
+// a margin of r on every side, dilated with the (2r + 1) x (2r + 1) ellipse,
+// and the result is traced. Coordinates are those of the scratch image.
+int32_t expand_contour(const lum_point* p, int32_t n, const lum_rect& rect, int32_t r, uint32_t* total) {
+    const int64_t width = int64_t{rect.width} + 2 * int64_t{r}, height = int64_t{rect.height} + 2 * int64_t{r};
+    const int64_t side = 2 * int64_t{r} + 1;
+    const auto fits = [](int64_t v) { return v > 0 && v <= INT32_MAX; };
+    // The records release their buffers on every path out; an image whose
+    // buffer cannot be had stays uninitialised and the engine refuses it.
+    img drawn, grown;
+    if (fits(width) && fits(height)) {
+        const auto w = static_cast<int32_t>(width), h = static_cast<int32_t>(height);
+        drawn.init(w, h, lum_fmt_8u, lum_gray, 8);
+        grown.init(w, h, lum_fmt_8u, lum_gray, 8);
+    }
+    if (drawn.ownership != 0) {
+        const uint8_t on = 255;
+        for (int32_t i = 0; i < n; ++i) {
+            const int64_t x = int64_t{p[i].x} - rect.x + r, y = int64_t{p[i].y} - rect.y + r;
+            if (x >= 0 && x < drawn.width && y >= 0 && y < drawn.height)
+                drawn.set_px_value(static_cast<int32_t>(x), static_cast<int32_t>(y), &on);
+        }
+    }
+    const int32_t element = fits(side) ? static_cast<int32_t>(side) : 0;
+    const lum_morph_param param{2, 1, element, element};
+    LUM_CHECK(erode_dilate(&drawn, &grown, param));
+    LUM_CHECK(require_initialised(&grown));
+    if (grown.channels != lum_gray) return bad_format;
+    auto set = std::make_unique<contour_set>();
+    LUM_CHECK(trace_image(grown, *set));
+    *total = set->result_size();
+    return register_set(std::move(set));
+}
+
 int8_t get_contours_result(int32_t handle, int32_t* result, uint32_t* sizes) {
     if (!result || !sizes) return bad_output;
     if (handle < 0 || handle >= slot_count()) return bad_handle;
@@ -380,6 +415,18 @@ LUM_API int32_t lum_find_contours(int32_t image, uint32_t* total, uint32_t* coun
 
 LUM_API int8_t lum_get_contours_result(int32_t contours, int32_t* result, uint32_t* sizes) {
     return lum::contours::get_contours_result(contours, result, sizes);
+}
+
+LUM_API int32_t lum_expand_contour(const lum_point* points, int32_t count, const lum_rect* rect, int32_t distance,
+                                   uint32_t* total) {
+    if (!rect || (!points && count > 0)) return lum::out_of_range;
+    if (!total) return lum::bad_output;
+    const lum_rect r = *rect;
+    try {
+        return lum::contours::expand_contour(points, std::max(count, 0), r, distance, total);
+    } catch (const std::bad_alloc&) {
+        return lum::no_memory;
+    }
 }
 
 LUM_API void lum_vline_contour(const lum_point* points, int32_t count, const lum_rect* rect, int32_t* runs,

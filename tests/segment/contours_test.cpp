@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "measure/masks.hpp"
 #include "primitives/contour_scan.hpp"
 #include "segment/contour_store.hpp"
 #include "support/support.hpp"
@@ -495,6 +496,110 @@ TEST(ContourStartKernel, EveryVariantMatchesTheNeighbourRule) {
         EXPECT_EQ(lum::prim::contour_starts_8u(nullptr, r, 4, nullptr, &n), -8);
         EXPECT_EQ(lum::prim::contour_starts_8u(nullptr, r, 0, xs, &n), -6);
     });
+}
+
+// ---------------------------------------------------------------- expansion
+
+// The points drawn into a (w + 2r) x (h + 2r) plane, dilated with the ellipse
+// element by a plain maximum over the element (replicated borders), then traced.
+Traced ref_expand(const std::vector<lum_point>& pts, lum_rect rect, int r) {
+    const int w = rect.width + 2 * r, h = rect.height + 2 * r, side = 2 * r + 1;
+    std::vector<uint8_t> drawn(size_t(w) * h, 0), grown(size_t(w) * h, 0), element(size_t(side) * side, 0);
+    lum::draw_ellipse(element.data(), side, side, side, {0, 0}, {0, 0, side, side});
+    for (const auto& p : pts) {
+        const int x = p.x - rect.x + r, y = p.y - rect.y + r;
+        if (x >= 0 && x < w && y >= 0 && y < h) drawn[size_t(y) * w + x] = 255;
+    }
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            uint8_t m = 0;
+            for (int j = 0; j < side; ++j)
+                for (int i = 0; i < side; ++i)
+                    if (element[size_t(j) * side + i]) {
+                        const int sx = std::clamp(x + i - r, 0, w - 1), sy = std::clamp(y + j - r, 0, h - 1);
+                        m = std::max(m, drawn[size_t(sy) * w + sx]);
+                    }
+            grown[size_t(y) * w + x] = m;
+        }
+    return ref_trace(grown.data(), w, w, h);
+}
+
+Traced expanded_by_library(const std::vector<lum_point>& pts, lum_rect rect, int r) {
+    Traced t;
+    const int32_t handle = lum_expand_contour(pts.data(), int32_t(pts.size()), &rect, r, &t.total);
+    EXPECT_GE(handle, 0);
+    if (handle < 0 || t.total == 0) return t;
+    t.result.assign(t.total, -999);
+    t.sizes.assign(t.total, 0);  // at least as many entries as contours
+    EXPECT_EQ(lum_get_contours_result(handle, t.result.data(), t.sizes.data()), 0);
+    size_t used = 0;
+    while (used < t.sizes.size() && t.sizes[used] != 0) ++used;
+    t.sizes.resize(used);
+    t.count = static_cast<uint32_t>(used);
+    return t;
+}
+
+std::vector<lum_point> square_boundary(int x0, int y0, int side) {
+    std::vector<lum_point> p;
+    for (int k = 0; k < side - 1; ++k) p.push_back({x0, y0 + k});
+    for (int k = 0; k < side - 1; ++k) p.push_back({x0 + k, y0 + side - 1});
+    for (int k = 0; k < side - 1; ++k) p.push_back({x0 + side - 1, y0 + side - 1 - k});
+    for (int k = 0; k < side - 1; ++k) p.push_back({x0 + side - 1 - k, y0});
+    return p;
+}
+
+TEST(ExpandContour, SquareGrowsByTheDistanceOnEverySide) {
+    for (int r : {1, 3, 7}) {
+        const auto pts = square_boundary(20, 30, 10);
+        const lum_rect rect{20, 30, 10, 10};
+        const Traced got = expanded_by_library(pts, rect, r);
+        SCOPED_TRACE(r);
+        ASSERT_EQ(got.count, 1u);
+        // In scratch coordinates the grown square fills the whole scratch image.
+        const std::vector<int32_t> box(got.result.end() - 4, got.result.end());
+        EXPECT_EQ(box, (std::vector<int32_t>{0, 0, 10 + 2 * r, 10 + 2 * r}));
+        expect_same(got, ref_expand(pts, rect, r));
+    }
+}
+
+TEST(ExpandContour, TracedDiscAndScatteredPointsMatchTheReference) {
+    Image im(60, 50, lum_fmt_8u, lum_gray);
+    fill_disc<uint8_t>(im, 25, 22, 12, 255, 60, 50);
+    Traced disc = traced_by_library(im);
+    ASSERT_EQ(disc.count, 1u);
+    std::vector<lum_point> pts;
+    for (size_t k = 0; k + 4 < disc.result.size(); k += 2) pts.push_back({disc.result[k], disc.result[k + 1]});
+    const lum_rect box{disc.result[disc.result.size() - 4], disc.result[disc.result.size() - 3],
+                       disc.result[disc.result.size() - 2], disc.result[disc.result.size() - 1]};
+    expect_same(expanded_by_library(pts, box, 4), ref_expand(pts, box, 4));
+
+    // Points outside the rectangle's margin are ignored; separate points grow into separate blobs.
+    const std::vector<lum_point> scattered = {{0, 0}, {9, 2}, {30, 30}, {-50, 4}, {3, 400}};
+    expect_same(expanded_by_library(scattered, {0, 0, 12, 12}, 2), ref_expand(scattered, {0, 0, 12, 12}, 2));
+}
+
+TEST(ExpandContour, StatusCodes) {
+    const auto pts = square_boundary(0, 0, 5);
+    const lum_rect rect{0, 0, 5, 5};
+    uint32_t total = 77;
+    EXPECT_EQ(lum_expand_contour(pts.data(), 16, nullptr, 2, &total), -7);
+    EXPECT_EQ(lum_expand_contour(nullptr, 16, &rect, 2, &total), -7);
+    EXPECT_EQ(lum_expand_contour(pts.data(), 16, &rect, 2, nullptr), -128);
+    // No room for a scratch image: the dilation refuses the uninitialised images.
+    const lum_rect empty{0, 0, 0, 0};
+    EXPECT_EQ(lum_expand_contour(pts.data(), 16, &empty, 0, &total), -64);
+    // An element of width 0 (distance -1 on a rectangle that still leaves room).
+    EXPECT_EQ(lum_expand_contour(pts.data(), 16, &rect, -1, &total), -7);
+    EXPECT_EQ(total, 77u);
+
+    // Distance 0 dilates with a single pixel: the boundary itself is traced.
+    const int32_t h = lum_expand_contour(pts.data(), 16, &rect, 0, &total);
+    ASSERT_GE(h, 0);
+    EXPECT_EQ(total, 2u * 16 + 4);
+    std::vector<int32_t> result(total);
+    uint32_t sizes[1];
+    EXPECT_EQ(lum_get_contours_result(h, result.data(), sizes), 0);
+    EXPECT_EQ(std::vector<int32_t>(result.end() - 4, result.end()), (std::vector<int32_t>{0, 0, 5, 5}));
 }
 
 // ---------------------------------------------------------------- vertical runs
