@@ -312,6 +312,22 @@ LUM_API int8_t lum_clipI(int32_t image, float low, float high);
  * -65 source not one channel, -1 other formats. */
 LUM_API int8_t lum_morph_open_close(int32_t source, int32_t destination, const lum_morph_param* param);
 
+/* Traces the outer boundary of every object (non-zero samples) of a one-channel 8u or 16u image into
+ * a new contour set; returns its handle (>= 0) with the contour count and the result size in integers.
+ * -6 / -64 handle, -1 not one channel, -7 format neither 8u nor 16u, -128 total or count missing. */
+LUM_API int32_t lum_find_contours(int32_t image, uint32_t* total, uint32_t* count);
+/* Copies a contour set into result (per contour: x, y pairs, then min x, min y, width, height; sizes[i]
+ * = 2 * points + 4) and releases it. -128 an array missing, -6 handle out of range, -32 no set or no contours. */
+LUM_API int8_t  lum_get_contours_result(int32_t contours, int32_t* result, uint32_t* sizes);
+/* Grows a contour by distance: its points, shifted by (distance - rect x, distance - rect y), are drawn into a
+ * (rect width + 2 distance) x (rect height + 2 distance) scratch image, dilated with a (2 distance + 1) ellipse
+ * and traced into a new contour set (scratch coordinates); returns its handle with the result size in total.
+ * Codes of the dilation (-64 scratch image not allocated, -7 element size 0 or less), -7 points or rect
+ * missing, -128 total missing. */
+LUM_API int32_t lum_expand_contour(const lum_point* points, int32_t count, const lum_rect* rect, int32_t distance, uint32_t* total);
+/* Vertical runs of a closed contour: triples (column, first row, last row), then (centroid x, centroid y,
+ * area); written receives the number of integers. Nothing happens when a pointer is null. */
+LUM_API void    lum_vline_contour(const lum_point* points, int32_t count, const lum_rect* rect, int32_t* runs, uint32_t* written);
 /* (end of section) */
 
 
