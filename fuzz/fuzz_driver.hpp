@@ -78,7 +78,17 @@ public:
     // Like filled(), but null now and then.
     void* filled_or_null(Input& in, size_t bytes) { return in.chance(8) ? nullptr : filled(in, bytes); }
 
+    // Contour sets the driver was handed; fetched with honest arrays, at the latest at the end.
+    void keep_contours(int32_t set, uint32_t total, uint32_t count);
+    void fetch_contours(Input& in);
+
 private:
+    struct ContourSet {
+        int32_t handle;
+        uint32_t total;
+        uint32_t count;
+    };
+    std::vector<ContourSet> sets_;
     std::vector<int32_t> live_;
     std::vector<int32_t> dead_;
     std::vector<void*> borrowed_;

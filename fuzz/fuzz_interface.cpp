@@ -9,7 +9,29 @@ namespace lum::fuzz {
 
 Scratch* World::scratch_ = static_cast<Scratch*>(std::calloc(1, sizeof(Scratch)));
 
+void World::keep_contours(int32_t set, uint32_t total, uint32_t count) { sets_.push_back({set, total, count}); }
+
+void World::fetch_contours(Input& in) {
+    // Now and then a handle that is not a kept set; otherwise a kept one with honest arrays.
+    if (sets_.empty() || in.chance(20)) {
+        // Never a handle a kept set may hold: the arrays would not be honest for it.
+        const int32_t handle = in.chance(50) ? -1 - in.u8() : 1000000 + in.u8();
+        lum_get_contours_result(handle, static_cast<int32_t*>(maybe_null(in)), static_cast<uint32_t*>(maybe_null(in)));
+        return;
+    }
+    const size_t k = in.u8() % sets_.size();
+    const ContourSet c = sets_[k];
+    std::vector<int32_t> result(c.total + 1);
+    std::vector<uint32_t> sizes(c.count + 1);
+    if (lum_get_contours_result(c.handle, result.data(), sizes.data()) == 0) sets_.erase(sets_.begin() + k);
+}
+
 World::~World() {
+    for (const ContourSet& c : sets_) {
+        std::vector<int32_t> result(c.total + 1);
+        std::vector<uint32_t> sizes(c.count + 1);
+        lum_get_contours_result(c.handle, result.data(), sizes.data());
+    }
     // Every slot goes, also those that operations created themselves (an accumulator left
     // behind by a failed initialisation): the driver is the registry's only user.
     for (int32_t h = 0; h < lum::registry::slot_count(); ++h) lum_destroy_image(h);
@@ -309,6 +331,39 @@ const std::vector<Call>& calls() {
             const double angle = in.real(), dx = in.real(), dy = in.real();
             lum_rotate(a, b, angle, dx, dy, in.in(-1, 3));
         },
+
+        // Contours
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            uint32_t total = 0, count = 0;
+            const bool null_out = in.chance(5);
+            const int32_t set = lum_find_contours(h, null_out ? nullptr : &total, &count);
+            if (set >= 0 && !null_out) w.keep_contours(set, total, count);
+        },
+        [](World& w, Input& in) {
+            const int32_t count = in.in(-1, 40);
+            const size_t n = count > 0 && count <= 4096 ? size_t(count) : 0;
+            auto* points = static_cast<lum_point*>(w.filled(in, n * sizeof(lum_point)));
+            // Small coordinates, so that the scratch image of the expansion stays small.
+            for (size_t i = 0; i < n; ++i) points[i] = {int32_t(points[i].x & 63), int32_t(points[i].y & 63)};
+            const lum_rect r = {0, 0, 64, 64};
+            uint32_t total = 0;
+            const int32_t set = lum_expand_contour(in.chance(5) ? nullptr : points, count > 4096 ? 4096 : count, &r,
+                                                   in.in(-2, 12), &total);
+            if (set >= 0) w.keep_contours(set, total, total / 4 + 1);  // each contour takes 4 integers or more
+        },
+        [](World& w, Input& in) {
+            // A closed contour of n points inside the rectangle gives at most n / 2 runs and the final triple.
+            const int32_t count = in.in(-1, 40);
+            const size_t n = count > 0 && count <= 4096 ? size_t(count) : 0;
+            std::vector<lum_point> points(n);
+            for (auto& p : points) p = {in.in(0, 31), in.in(0, 31)};
+            const lum_rect r = {0, 0, 32, 32};
+            std::vector<int32_t> runs(3 * (n + 2));
+            uint32_t written = 0;
+            lum_vline_contour(points.data(), static_cast<int32_t>(n), &r, runs.data(), &written);
+        },
+        [](World& w, Input& in) { w.fetch_contours(in); },
 
         // Colour and channels
         [](World& w, Input& in) { lum_color_to_gray(w.handle(in), w.handle(in)); },
