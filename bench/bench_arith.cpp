@@ -221,5 +221,96 @@ const Case invert_16u("invert 16u C1 (12 bits)", [] {
     return t;
 });
 
+
+// Division, scaling, logarithm, shifts into a second image, level adjustment.
+Timed division(lum_data_format f, lum_channels c) {
+    auto a = frame(f, c), b = frame(f, c);
+    // Divisors without zeros, as OpenCV's division by zero differs.
+    const lum_info i = a->info();
+    for (int y = 0; y < i.height; ++y) {
+        auto* row = static_cast<uint8_t*>(i.frame_buf) + size_t(y) * i.step_bytes;
+        for (int x = 0; x < i.width * int(c); ++x) {
+            if (f == lum_fmt_8u && row[x] == 0) row[x] = 1;
+            if (f == lum_fmt_16u && reinterpret_cast<uint16_t*>(row)[x] == 0) reinterpret_cast<uint16_t*>(row)[x] = 1;
+            if (f == lum_fmt_32f) reinterpret_cast<float*>(row)[x] += 1.0f;
+        }
+    }
+    Timed t{[a, b] { lum_divI(a->handle(), b->handle()); }, {}, ""};
+    REF([a, b] { cv::Mat m = b->mat(); cv::divide(m, a->mat(), m); });
+    return t;
+}
+const Case div_8u("divI 8u C1", [] { return division(lum_fmt_8u, lum_gray); });
+const Case div_16u("divI 16u C1", [] { return division(lum_fmt_16u, lum_gray); });
+const Case div_32f("divI 32f C1", [] { return division(lum_fmt_32f, lum_gray); });
+
+const Case scale_16u8u("scale 16u->8u (255/4095)", [] {
+    auto s = frame(lum_fmt_16u, lum_gray, 12), d = frame(lum_fmt_8u);
+    Timed t{[s, d] { lum_scale(s->handle(), d->handle(), 255.0 / 4095.0, 0.0); }, {}, ""};
+    REF([s, d] { cv::Mat m = d->mat(); s->mat().convertTo(m, CV_8U, 255.0 / 4095.0, 0.0); });
+    return t;
+});
+
+const Case scale_8u32f("scale 8u->32f", [] {
+    auto s = frame(lum_fmt_8u), d = frame(lum_fmt_32f);
+    Timed t{[s, d] { lum_scale(s->handle(), d->handle(), 0.5, 3.0); }, {}, ""};
+    REF([s, d] { cv::Mat m = d->mat(); s->mat().convertTo(m, CV_32F, 0.5, 3.0); });
+    return t;
+});
+
+const Case scaleI_8u("scaleI 8u", [] {
+    auto s = frame(lum_fmt_8u);
+    Timed t{[s] { lum_scaleI(s->handle(), 1.0001, -0.2); }, {}, ""};
+    REF([s] { cv::Mat m = s->mat(); m.convertTo(m, CV_8U, 1.0001, -0.2); });
+    return t;
+});
+
+const Case ln_32f("lnI 32f C1", [] {
+    auto s = frame(lum_fmt_32f);
+    auto d = frame(lum_fmt_32f);
+    // Fresh positive samples each run so that repeated logarithms stay in range.
+    const lum_info i = s->info();
+    for (int y = 0; y < i.height; ++y) {
+        auto* row = reinterpret_cast<float*>(static_cast<uint8_t*>(i.frame_buf) + size_t(y) * i.step_bytes);
+        for (int x = 0; x < i.width; ++x) row[x] += 1.0f;
+    }
+    Timed t{[s, d] { lum_scale(s->handle(), d->handle(), 1.0, 0.0); lum_lnI(d->handle()); }, {},
+            "both include a copy of the source"};
+    REF([s, d] { cv::Mat m = d->mat(); s->mat().copyTo(m); cv::log(m, m); });
+    return t;
+});
+
+const Case rshift_16u8u("RShift 16u->8u by 4", [] {
+    auto s = frame(lum_fmt_16u, lum_gray, 12), d = frame(lum_fmt_8u);
+    Timed t{[s, d] { lum_RShift(s->handle(), d->handle(), 4); }, {}, "OpenCV: convertTo with 1/16"};
+    REF([s, d] { cv::Mat m = d->mat(); s->mat().convertTo(m, CV_8U, 1.0 / 16, 0.0); });
+    return t;
+});
+
+const Case lshift_8u16u("LShift 8u->16u by 4", [] {
+    auto s = frame(lum_fmt_8u), d = frame(lum_fmt_16u);
+    Timed t{[s, d] { lum_LShift(s->handle(), d->handle(), 4); }, {}, "OpenCV: convertTo with 16"};
+    REF([s, d] { cv::Mat m = d->mat(); s->mat().convertTo(m, CV_16U, 16.0, 0.0); });
+    return t;
+});
+
+const Case adjust_8u("adjust 8u C1", [] {
+    auto s = frame(lum_fmt_8u), d = frame(lum_fmt_8u);
+    Timed t{[s, d] { const double lo = 50, hi = 200; lum_adjust(s->handle(), d->handle(), &lo, &hi); }, {},
+            "OpenCV: convertTo with the same gain and offset"};
+    REF([s, d] { cv::Mat m = d->mat(); s->mat().convertTo(m, CV_8U, 255.0 / 150, -50 * 255.0 / 150); });
+    return t;
+});
+
+const Case adjust_8u_c3("adjust 8u C3", [] {
+    auto s = frame(lum_fmt_8u, lum_color), d = frame(lum_fmt_8u, lum_color);
+    Timed t{[s, d] {
+                const double lo[3] = {50, 40, 30}, hi[3] = {200, 210, 220};
+                lum_adjust(s->handle(), d->handle(), lo, hi);
+            },
+            {}, "OpenCV: convertTo with one gain and offset"};
+    REF([s, d] { cv::Mat m = d->mat(); s->mat().convertTo(m, CV_8U, 255.0 / 150, -50 * 255.0 / 150); });
+    return t;
+});
+
 }  // namespace
 }  // namespace lum::bench

@@ -97,6 +97,57 @@ const std::vector<Call>& calls() {
         [](World& w, Input& in) { lum_clear(w.handle(in)); },
         [](World&, Input& in) { lum_status_text(in.in(-130, 10)); },
 
+        // Arithmetic and logic
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in), d = w.handle(in);
+            switch (in.u8() % 3) {
+            case 0: lum_add(a, b, d); break;
+            case 1: lum_sub(a, b, d); break;
+            default: lum_absDiff(a, b, d);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            switch (in.u8() % 6) {
+            case 0: lum_addI(a, b); break;
+            case 1: lum_subI(a, b); break;
+            case 2: lum_and(a, b); break;
+            case 3: lum_or(a, b); break;
+            case 4: lum_xor(a, b); break;
+            default: lum_convert(a, b);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const lum_rect r = in.rect();
+            const void* value = w.filled_or_null(in, 3 * sizeof(double));
+            switch (in.u8() % 5) {
+            case 0: lum_addCI(h, value); break;
+            case 1: lum_addCI_rect(h, value, in.chance(5) ? nullptr : &r); break;
+            case 2: lum_mulCI(h, value); break;
+            case 3: lum_mulCI_rect(h, value, in.chance(5) ? nullptr : &r); break;
+            default: lum_subC(h, w.handle(in), value);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const uint32_t count = static_cast<uint32_t>(in.in(0, 20));
+            const lum_rect r = in.rect();
+            switch (in.u8() % 4) {
+            case 0: lum_LShiftI(h, count); break;
+            case 1: lum_RShiftI(h, count); break;
+            case 2: lum_LShiftI_rect(h, count, in.chance(5) ? nullptr : &r); break;
+            default: lum_RShiftI_rect(h, count, in.chance(5) ? nullptr : &r);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            // Tables of every layout fit in the scratch buffer (three 16-bit tables of 65536 entries at most).
+            w.filled(in, 64);
+            lum_lut(a, b, in.chance(5) ? nullptr : w.scratch());
+        },
+        [](World& w, Input& in) { lum_invert(w.handle(in), w.handle(in)); },
+
         // Colour and channels
         [](World& w, Input& in) { lum_color_to_gray(w.handle(in), w.handle(in)); },
         [](World& w, Input& in) { lum_gray_to_color(w.handle(in), w.handle(in)); },

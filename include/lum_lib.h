@@ -135,12 +135,33 @@ LUM_API int8_t lum_invert(int32_t source, int32_t destination);
 
 /* ---- Division, scaling, logarithm, shifts into a second image, level adjustment ---- */
 
+/* b = b / a in place over a's size (8u, 16u rounded to nearest and saturated; 32f IEEE), 1 or 3 channels.
+ * A zero divisor (x/0 -> maximum, 0/0 -> 0) prints a warning and still gives 0. -64, -4 channels or format, -1, -65, -5. */
+LUM_API int8_t lum_divI(int32_t a, int32_t b);
+
+/* d = s * a + b from source into destination, any pair of 8u, 16u, 32f; integer results rounded and saturated.
+ * The region width counts samples, not pixels. -64, -7 origin/size, -2 beyond either image, -1 format, -5. */
+LUM_API int8_t lum_scale(int32_t source, int32_t destination, double a, double b);
+LUM_API int8_t lum_scale_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, double a, double b);
+/* The same in place over the image or rect (width in samples). -64, -7, -2, -1, -5. */
+LUM_API int8_t lum_scaleI(int32_t image, double a, double b);
+LUM_API int8_t lum_scaleI_rect(int32_t image, double a, double b, const lum_rect* rect);
+
+/* Natural logarithm in place of a one-channel float image; 0 gives -inf, negatives NaN (warning printed, status 0).
+ * -64, -1 not one channel or not float, -5. */
+LUM_API int8_t lum_lnI(int32_t image);
+
 /* Shift a one-channel 8u or 16u source into a one-channel 8u or 16u destination: 16u->8u shifts then saturates,
  * 8u->16u widens then shifts. -64, -7 origin/size, -2 beyond either image, -65, -1 other formats, -8, -5. */
 LUM_API int8_t lum_LShift(int32_t source, int32_t destination, uint32_t count);
 LUM_API int8_t lum_LShift_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, uint32_t count);
 LUM_API int8_t lum_RShift(int32_t source, int32_t destination, uint32_t count);
 LUM_API int8_t lum_RShift_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, uint32_t count);
+
+/* Stretches levels of an 8u image into destination: per channel (s - trunc(low)) * m / (high - low), m the destination's
+ * valid-bits maximum, rounded and saturated. -64, -7/-2 region, -4 channels or format differ, -1 not 8u, -65,
+ * -7 null low or high, -5. */
+LUM_API int8_t lum_adjust(int32_t source, int32_t destination, const double* low, const double* high);
 
 /* (end of section) */
 
@@ -251,6 +272,22 @@ LUM_API int8_t lum_mask_min_max(int32_t image, int32_t x, int32_t y, int32_t mas
 
 
 /* ---- Binarization, clipping, morphology, contours ---- */
+/* Source samples at or above threshold become (1 << valid_bits) - 1 in destination, the others 0; a negative
+ * threshold inverts the sense. 8u/16u C1 (thresholds modulo 256/65536; low bits all 0 leave a copy).
+ * -7 empty size, -2 beyond an image, -1 not one channel or unsupported format (float: -1 after writing). */
+LUM_API int8_t lum_binarization(int32_t source, int32_t destination, int32_t threshold);
+/* As lum_binarization on a size.width x size.height rectangle at each image's origin. */
+LUM_API int8_t lum_binarization_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, int32_t threshold);
+/* In place: below |threshold| becomes low, the rest high; a negative threshold inverts the sense.
+ * 8u/16u/32f C1; -7 when low exceeds high, -1 other formats or channels. */
+LUM_API int8_t lum_binarizationI(int32_t image, float threshold, float low, float high);
+/* In place: samples below low become low, above high become high; a NaN bound is ignored.
+ * 8u/16u/32f C1; -7 when low exceeds high. */
+LUM_API int8_t lum_clipI(int32_t image, float low, float high);
+/* Opening (operation 2) or closing (3) of the 8u/16u C1 source into destination over the source's size, with a
+ * full rectangle (shape 0) or ellipse (shape 2) element, replicated borders. -7 other shapes or operations,
+ * -65 source not one channel, -1 other formats. */
+LUM_API int8_t lum_morph_open_close(int32_t source, int32_t destination, const lum_morph_param* param);
 
 /* (end of section) */
 

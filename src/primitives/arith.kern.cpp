@@ -8,7 +8,7 @@
 
 // Variants must agree bit for bit, so a multiply followed by an add is never
 // fused on the levels that have FMA and kept apart on the others.
-#pragma GCC optimize("fp-contract=off")
+#pragma GCC optimize("fp-contract=off", "no-trapping-math")
 
 namespace lum::prim::LUM_ISA {
 
@@ -154,11 +154,15 @@ int div_int_i(const T* s, int ts, T* sd, int tsd, Size z, int ch, int scale) {
         const T* __restrict div = a;
         unsigned row_zeros = 0;
         for (int x = 0; x < n; ++x) {
-            const float q = (float(out[x]) / float(div[x]) + 12582912.0f) - 12582912.0f;
-            const int qi = div[x] == 0 ? 0 : static_cast<int>(q);
-            const T when_zero = out[x] ? top : T(0);
-            row_zeros |= div[x] == 0 ? 1u : 0u;
-            out[x] = div[x] == 0 ? when_zero : static_cast<T>(qi);
+            // A zero divisor is replaced by 1 before dividing so that every lane
+            // converts a finite quotient; the lane then takes the x / 0 value.
+            const int d = div[x], o = out[x];
+            const int zero = d == 0;
+            const float q = (float(o) / float(d + zero) + 12582912.0f) - 12582912.0f;
+            const int quotient = static_cast<int>(q);
+            const int when_zero = o != 0 ? int(top) : 0;
+            row_zeros |= unsigned(zero);
+            out[x] = static_cast<T>(zero ? when_zero : quotient);
         }
         zeros |= row_zeros;
     }

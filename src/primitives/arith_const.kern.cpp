@@ -4,7 +4,7 @@
 #include "primitives/arith_const.hpp"
 #include "primitives/kernel.hpp"
 
-#pragma GCC optimize("fp-contract=off")
+#pragma GCC optimize("fp-contract=off", "no-trapping-math")
 
 namespace lum::prim::LUM_ISA {
 
