@@ -3,13 +3,16 @@
 #include <algorithm>
 
 #include "fuzz_driver.hpp"
+#include "image/registry.hpp"
 
 namespace lum::fuzz {
 
 Scratch* World::scratch_ = static_cast<Scratch*>(std::calloc(1, sizeof(Scratch)));
 
 World::~World() {
-    for (int32_t h : live_) lum_destroy_image(h);
+    // Every slot goes, also those that operations created themselves (an accumulator left
+    // behind by a failed initialisation): the driver is the registry's only user.
+    for (int32_t h = 0; h < lum::registry::slot_count(); ++h) lum_destroy_image(h);
     for (void* b : borrowed_) std::free(b);
 }
 
@@ -147,6 +150,138 @@ const std::vector<Call>& calls() {
             lum_lut(a, b, in.chance(5) ? nullptr : w.scratch());
         },
         [](World& w, Input& in) { lum_invert(w.handle(in), w.handle(in)); },
+
+        // Division, scaling, logarithm, shifts into a second image, levels
+        [](World& w, Input& in) { lum_divI(w.handle(in), w.handle(in)); },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in);
+            const lum_point so = in.point();
+            const int32_t b = w.handle(in);
+            const lum_point dop = in.point();
+            const lum_size size = in.size();
+            const double k = in.real(), c = in.real();
+            const lum_rect r = in.rect();
+            switch (in.u8() % 4) {
+            case 0: lum_scale(a, b, k, c); break;
+            case 1: lum_scale_rect(a, so, b, dop, size, k, c); break;
+            case 2: lum_scaleI(a, k, c); break;
+            default: lum_scaleI_rect(a, k, c, in.chance(5) ? nullptr : &r);
+            }
+        },
+        [](World& w, Input& in) { lum_lnI(w.handle(in)); },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in);
+            const lum_point so = in.point();
+            const int32_t b = w.handle(in);
+            const lum_point dop = in.point();
+            const lum_size size = in.size();
+            const uint32_t count = static_cast<uint32_t>(in.in(0, 20));
+            switch (in.u8() % 4) {
+            case 0: lum_LShift(a, b, count); break;
+            case 1: lum_RShift(a, b, count); break;
+            case 2: lum_LShift_rect(a, so, b, dop, size, count); break;
+            default: lum_RShift_rect(a, so, b, dop, size, count);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            double low[3] = {in.real(), in.real(), in.real()}, high[3] = {in.real(), in.real(), in.real()};
+            lum_adjust(a, b, in.chance(5) ? nullptr : low, in.chance(5) ? nullptr : high);
+        },
+
+        // Statistics, histograms, thresholds, projections
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const lum_rect r = in.rect();
+            const lum_rect* rp = in.chance(5) ? nullptr : &r;
+            auto* out = static_cast<double*>(w.maybe_null(in));
+            switch (in.u8() % 6) {
+            case 0: lum_sum(h, out); break;
+            case 1: lum_sum_rect(h, rp, out); break;
+            case 2: lum_img_min_max(h, out, out ? out + 4 : nullptr); break;
+            case 3: lum_img_min_max_rect(h, rp, out, out ? out + 4 : nullptr); break;
+            case 4: lum_img_mean_stddev(h, out, out ? out + 4 : nullptr); break;
+            default: lum_img_mean_stddev_rect(h, rp, out, out ? out + 4 : nullptr);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in), d = w.handle(in);
+            if (in.chance(50)) {
+                lum_img_max_every(a, b, d);
+            } else {
+                lum_img_min_every(a, b, d);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const lum_rect r = in.rect();
+            const float lower = static_cast<float>(in.real()), upper = static_cast<float>(in.real());
+            int32_t bins = in.in(-2, 300);
+            if (bins > 4096) bins = 4096;  // the counts array holds bins entries
+            auto* counts = static_cast<uint32_t*>(w.maybe_null(in));
+            if (in.chance(50)) {
+                lum_histogram(h, lower, upper, counts, bins);
+            } else {
+                lum_histogram_rect(h, in.chance(5) ? nullptr : &r, lower, upper, counts, bins);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const lum_rect r = in.rect();
+            auto* out = static_cast<int32_t*>(w.maybe_null(in));
+            if (in.chance(50)) {
+                lum_otsu_get_threshold(h, out);
+            } else {
+                lum_otsu_get_threshold_rect(h, in.chance(5) ? nullptr : &r, out);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t f = w.handle(in), d = w.handle(in);
+            const uint32_t index = static_cast<uint32_t>(in.in(0, 50)), count = static_cast<uint32_t>(in.in(0, 50));
+            const int32_t direction = in.in(-1, 3);
+            switch (in.u8() % 3) {
+            case 0: lum_projection_max(f, d, index, count, direction); break;
+            case 1: lum_projection_min(f, d, index, count, direction); break;
+            default: lum_projection_mean(f, d, index, count, direction, w.handle(in));
+            }
+        },
+        [](World& w, Input& in) {
+            const uint32_t width = static_cast<uint32_t>(in.in(0, 40)), height = static_cast<uint32_t>(in.in(0, 40));
+            if (uint64_t{width} * height > (16u << 20)) return;
+            auto* out = static_cast<int32_t*>(w.maybe_null(in));
+            lum_projection_mean_init(width, height, out);
+        },
+
+        // Binarization, clipping, morphology, watershed
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in);
+            const lum_point so = in.point();
+            const int32_t b = w.handle(in);
+            const lum_point dop = in.point();
+            const lum_size size = in.size();
+            const int32_t threshold = in.in(-5, 70000);
+            if (in.chance(50)) {
+                lum_binarization(a, b, threshold);
+            } else {
+                lum_binarization_rect(a, so, b, dop, size, threshold);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            const float t = static_cast<float>(in.real()), lo = static_cast<float>(in.real()),
+                        hi = static_cast<float>(in.real());
+            if (in.chance(50)) {
+                lum_binarizationI(h, t, lo, hi);
+            } else {
+                lum_clipI(h, lo, hi);
+            }
+        },
+        [](World& w, Input& in) {
+            const int32_t a = w.handle(in), b = w.handle(in);
+            lum_morph_param param{in.in(-1, 3), in.in(-1, 3), in.in(-1, 12), in.in(-1, 12)};
+            lum_morph_open_close(a, b, in.chance(5) ? nullptr : &param);
+        },
+        [](World& w, Input& in) { lum_watershed(w.handle(in), w.handle(in)); },
 
         // Colour and channels
         [](World& w, Input& in) { lum_color_to_gray(w.handle(in), w.handle(in)); },

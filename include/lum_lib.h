@@ -202,6 +202,20 @@ LUM_API int8_t lum_swap_channels(int32_t image, const int32_t* order);          
 
 /* ---- Geometry ---- */
 
+/* Flips the whole image in place: axis 0 rows top to bottom, 1 columns left to right, 2 both.
+ * -64, -1 layout not 8u/16u/32f with 1 or 3 channels, -5 axis refused by the kernel. */
+LUM_API int8_t lum_mirrorI(int32_t image, int32_t axis);
+/* The same on a rectangle of the image; -7 negative origin or empty size, -2 rectangle leaves the image. */
+LUM_API int8_t lum_mirrorI_rect(int32_t image, int32_t axis, const lum_rect* rect);
+/* Scales the source rectangle into the destination rectangle: interpolation 1 nearest, 2 linear, 16 Lanczos
+ * (nearest when the source rectangle is under 6 pixels wide or high); equal sizes copy. Returns the checks'
+ * codes (-64, -7, -2 source then destination, -4 layouts differ, -1 format), else 0 even if the resize failed. */
+LUM_API int8_t lum_resize(int32_t source, lum_point source_origin, lum_size source_size, int32_t destination, lum_point destination_origin, lum_size destination_size, int32_t interpolation);
+/* Turns the source by angle degrees (counter-clockwise on screen) about its top-left pixel, then shifts it,
+ * into the destination, which is cleared to 0 first: x' = x cos + y sin + x_shift, y' = -x sin + y cos + y_shift.
+ * Interpolation 1 nearest, 2 linear (else -7). -64, -4 layouts differ, -1 format, -5 non-finite angle. */
+LUM_API int8_t lum_rotate(int32_t source, int32_t destination, double angle, double x_shift, double y_shift, int32_t interpolation);
+
 /* (end of section) */
 
 
@@ -267,6 +281,16 @@ LUM_API int8_t lum_mask_mean(int32_t image, int32_t x, int32_t y, int32_t mask, 
 LUM_API int8_t lum_mask_mean_stddev(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean, double* stddev);
 /* Smallest and largest sample under the mask (0 and 0 when it selects none); codes as lum_mask_mean. */
 LUM_API int8_t lum_mask_min_max(int32_t image, int32_t x, int32_t y, int32_t mask, float* minimum, float* maximum);
+
+/* Profile along the segment first-second of a grey 8u/16u image: the digital line, with thickness > 1 the
+ * lines shifted by the band offsets stacked and averaged, resampled to L = trunc(sqrt(dx^2 + dy^2)) samples
+ * (dx, dy counting both ends) of the image's type. *count: capacity in, L out (set before sampling).
+ * -64, -1 not grey or format, -7 point beyond the image, null output, thickness 0, L 0 or above capacity,
+ * -5 a point outside the image or another kernel failure. */
+LUM_API int8_t lum_get_fast_profile(int32_t image, lum_point first, lum_point second, uint32_t thickness, void* samples, uint32_t* count);
+/* The same; a band of thickness > 1 lines is taken parallel to the segment from the image turned so that the
+ * segment lies along a row (8u, 16u and 32f), then averaged across. Codes as lum_get_fast_profile. */
+LUM_API int8_t lum_get_profile(int32_t image, lum_point first, lum_point second, uint32_t thickness, void* samples, uint32_t* count);
 
 /* (end of section) */
 

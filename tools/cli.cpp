@@ -3,6 +3,7 @@
 #include "cli.hpp"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -32,6 +33,29 @@ long parse_integer(const std::string& text, const std::string& what) {
     if (text.empty() || *end != '\0' || errno == ERANGE)
         throw UsageError(what + ": not an integer: '" + text + "'");
     return value;
+}
+
+std::vector<double> parse_numbers(const std::string& text, const std::string& what, size_t count) {
+    std::vector<double> values;
+    size_t start = 0;
+    while (true) {
+        const size_t comma = text.find(',', start);
+        values.push_back(parse_number(text.substr(start, comma - start), what));
+        if (comma == std::string::npos) break;
+        start = comma + 1;
+    }
+    if (count != 0 && values.size() != count)
+        throw UsageError(what + ": expected " + std::to_string(count) + " numbers separated by commas");
+    return values;
+}
+
+lum_rect parse_rect(const std::string& text, const std::string& what) {
+    const std::vector<double> v = parse_numbers(text, what, 4);
+    for (const double d : v)
+        if (!(d >= -2147483648.0 && d <= 2147483647.0) || d != std::floor(d))
+            throw UsageError(what + ": X,Y,W,H are 32-bit integers");
+    return lum_rect{static_cast<int32_t>(v[0]), static_cast<int32_t>(v[1]), static_cast<int32_t>(v[2]),
+                    static_cast<int32_t>(v[3])};
 }
 
 std::string Args::text(const std::string& name, const std::string& fallback) const {
@@ -81,14 +105,33 @@ lum_info Image::info() const {
 
 Image read_png(const std::string& path) {
     char error[512] = "";
-    const int32_t handle = lum_png_read(path.c_str(), error, sizeof error);
+    const int32_t handle = read_png_file(path.c_str(), error, sizeof error);
     if (handle < 0) throw Error(error);
     return Image(handle);
 }
 
+Image grey_view(const Image& image) {
+    lum_info i = image.info();
+    i.width *= static_cast<int32_t>(i.channels);
+    i.channels = lum_gray;
+    Image view;
+    check(lum_init_image_ex(view.handle(), &i), "image", "view");
+    return view;
+}
+
 void write_png(const Image& image, const std::string& path) {
     char error[512] = "";
-    if (lum_png_write(path.c_str(), image.handle(), error, sizeof error) != 0) throw Error(error);
+    if (write_png_file(path.c_str(), image.handle(), error, sizeof error) != 0) throw Error(error);
+}
+
+double sample_at(const void* samples, lum_data_format format, int index) {
+    switch (format) {
+    case lum_fmt_8u: return static_cast<const uint8_t*>(samples)[index];
+    case lum_fmt_16u: return static_cast<const uint16_t*>(samples)[index];
+    case lum_fmt_16s: return static_cast<const int16_t*>(samples)[index];
+    case lum_fmt_32f: return static_cast<const float*>(samples)[index];
+    }
+    return 0;
 }
 
 const char* format_name(lum_data_format format) {

@@ -60,6 +60,10 @@ struct Registration {
 // Parses a number the way the user typed it; what names it in the message.
 double parse_number(const std::string& text, const std::string& what);
 long parse_integer(const std::string& text, const std::string& what);
+// "a,b,c" with exactly count numbers (any count when count is 0).
+std::vector<double> parse_numbers(const std::string& text, const std::string& what, size_t count);
+// "X,Y,W,H".
+lum_rect parse_rect(const std::string& text, const std::string& what);
 
 // Throws Error "<where>: <what>: <phrase> (<code>)" for a negative status.
 void check(int status, const std::string& where, const std::string& what);
@@ -84,7 +88,13 @@ private:
 };
 
 Image read_png(const std::string& path);
+// A one-channel image over the same buffer, channels times as wide: for
+// operations that walk samples rather than pixels.
+Image grey_view(const Image& image);
 void write_png(const Image& image, const std::string& path);
+
+// Sample index of an array of the given format, as a double.
+double sample_at(const void* samples, lum_data_format format, int index);
 
 const char* format_name(lum_data_format format);
 lum_data_format parse_format(const std::string& text);

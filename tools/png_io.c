@@ -109,7 +109,7 @@ static int read_into(png_job* volatile job, message* m, const char* path) {
     return 0;
 }
 
-int32_t lum_png_read(const char* path, char* error, size_t error_size) {
+int32_t read_png_file(const char* path, char* error, size_t error_size) {
     png_job job = {NULL, NULL, NULL, NULL, -1};
     message m = {error, error_size};
     unsigned char signature[8];
@@ -162,6 +162,8 @@ static int write_from(png_job* volatile job, const lum_info* info) {
 
     if (setjmp(png_jmpbuf(job->png))) return -1;
     png_init_io(job->png, job->file);
+    /* Camera frames compress little better at higher levels, and take far longer. */
+    png_set_compression_level(job->png, 2);
     png_set_IHDR(job->png, job->info, (png_uint_32)info->width, (png_uint_32)info->height, depth,
                  colour ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
@@ -178,7 +180,7 @@ static int write_from(png_job* volatile job, const lum_info* info) {
     return 0;
 }
 
-int lum_png_write(const char* path, int32_t image, char* error, size_t error_size) {
+int write_png_file(const char* path, int32_t image, char* error, size_t error_size) {
     png_job job = {NULL, NULL, NULL, NULL, image};
     message m = {error, error_size};
     lum_info info;

@@ -15,11 +15,11 @@ extern "C" {
  * 8-bit, an alpha channel is dropped. Valid bits come from sBIT (grey or the
  * largest colour value), else the full depth. Returns the handle, or -1 with a
  * message in error (error_size bytes). */
-int32_t lum_png_read(const char* path, char* error, size_t error_size);
+int32_t read_png_file(const char* path, char* error, size_t error_size);
 
 /* Writes an 8u or 16u image, grey or colour, to path; 16-bit images below 16
  * valid bits get an sBIT chunk. Returns 0, or -1 with a message in error. */
-int lum_png_write(const char* path, int32_t image, char* error, size_t error_size);
+int write_png_file(const char* path, int32_t image, char* error, size_t error_size);
 
 #ifdef __cplusplus
 }

@@ -49,6 +49,43 @@ void render(const img& src, const lum_rect& r, img& dst, const uint8_t* palette,
     }
 }
 
+// 8-bit sources have only 256 values: each one's colour is worked out once
+// (with the same arithmetic as above), then every row gathers its colours and
+// adds them with saturation in one contiguous, vectorizable pass.
+void render_8u(const img& src, const lum_rect& r, img& dst, const uint8_t* palette, double contrast,
+               double brightness) {
+    uint8_t colour[256 * 3];
+    for (int v = 0; v < 256; ++v) {
+        colour[3 * v] = colour[3 * v + 1] = colour[3 * v + 2] = 0;
+        render_pixel(static_cast<uint8_t>(v), colour + 3 * v, palette, contrast, brightness, 0);
+    }
+    constexpr int kChunk = 256;
+    uint8_t add[3 * kChunk];
+    for (int32_t y = 0; y < r.height; ++y) {
+        const uint8_t* s = pixel_at<const uint8_t>(src, r.x, r.y + y);
+        uint8_t* d = pixel_at<uint8_t>(dst, 0, y);
+        for (int32_t x0 = 0; x0 < r.width; x0 += kChunk) {
+            const int n = r.width - x0 < kChunk ? r.width - x0 : kChunk;
+            int i = 0;
+            for (; i + 4 <= n; i += 4)
+                for (int k = 0; k < 4; ++k) {
+                    const uint8_t* c = colour + 3 * s[x0 + i + k];
+                    add[3 * (i + k)] = c[0];
+                    add[3 * (i + k) + 1] = c[1];
+                    add[3 * (i + k) + 2] = c[2];
+                }
+            for (; i < n; ++i) {
+                const uint8_t* c = colour + 3 * s[x0 + i];
+                add[3 * i] = c[0];
+                add[3 * i + 1] = c[1];
+                add[3 * i + 2] = c[2];
+            }
+            uint8_t* __restrict out = d + 3 * x0;
+            for (int j = 0; j < 3 * n; ++j) out[j] = add_saturated(out[j], add[j]);
+        }
+    }
+}
+
 int8_t computer_color_bc(const img* src, img* dst, const lum_rect* rect, const uint8_t* palette, double contrast,
                          int32_t brightness) {
     LUM_CHECK(require_initialised(src));
@@ -60,7 +97,7 @@ int8_t computer_color_bc(const img* src, img* dst, const lum_rect* rect, const u
     if (r.width != dst->width || r.height != dst->height) return beyond_image;
     if (dst->pix_type != lum_fmt_8u || dst->channels != lum_color) return bad_format;
     if (src->pix_type == lum_fmt_8u) {
-        render<uint8_t>(*src, r, *dst, palette, contrast, double(brightness), 0);
+        render_8u(*src, r, *dst, palette, contrast, double(brightness));
     } else if (src->pix_type == lum_fmt_16u) {
         // A 16-bit sample is brought to 8 bits by its valid bits: 12-bit 0..4095 spans the palette.
         render<uint16_t>(*src, r, *dst, palette, contrast, double(brightness), int(src->valid_bits - 8) & 31);

@@ -10,12 +10,15 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
-// Saturate to [0, top], then round half to even by the 1.5 * 2^23 trick, which
-// vectorizes on every level (no rounding instruction needed). NaN becomes 0.
-inline float saturate_round(float v, float top) {
-    const float lo = v > 0.0f ? v : 0.0f;
-    const float hi = lo < top ? lo : top;
-    return (hi + 12582912.0f) - 12582912.0f;
+// Round half to even and saturate to [0, top]: adding 1.5 * 2^23 leaves the
+// rounded value in the float's integer bits, and the clamps are made on that
+// sum so that every level turns them into vector selects (NaN becomes 0).
+inline int saturate_round(float v, float top) {
+    constexpr float magic = 12582912.0f;
+    float w = v + magic;
+    w = w > magic ? w : magic;
+    w = w < magic + top ? w : magic + top;
+    return static_cast<int>(w) - 12582912;
 }
 
 template <class T>
@@ -57,43 +60,53 @@ int to_gray(const T* src, int src_step, T* dst, int dst_step, Size size, const f
         T* __restrict d = row_at(dst, dst_step, y);
         for (int x = 0; x < size.width; ++x) {
             const float v = w0 * float(s[3 * x]) + w1 * float(s[3 * x + 1]) + w2 * float(s[3 * x + 2]);
-            d[x] = static_cast<T>(static_cast<int>(saturate_round(v, top)));
+            d[x] = static_cast<T>(saturate_round(v, top));
         }
     }
     return st_ok;
 }
 
-// Pixels go through a small planar float block: the stride-3 gathers and
-// scatters stay simple copies, and the arithmetic runs on whole vectors.
-constexpr int kBlock = 256;
+// The twist runs on the interleaved samples as they lie: sample j of channel
+// c = j % 3 is a weighted sum of its neighbours j - 2 .. j + 2 with weights
+// that repeat every three samples (zero where a neighbour belongs to another
+// pixel), so no channel shuffles are needed and every loop is a plain vector
+// loop. Zero terms leave the single-precision sums exactly as
+// ((m0*s0 + m1*s1) + m2*s2) + m3.
+constexpr int kBlock = 64;              // pixels per block
+constexpr int kSamples = 3 * kBlock;
+
+struct TwistWeights {
+    alignas(64) float w[5][kSamples];
+    alignas(64) float k[kSamples];
+};
+
+void build_weights(const float* m, TwistWeights& t) {
+    for (int j = 0; j < kSamples; ++j) {
+        const int c = j % 3;
+        for (int n = 0; n < 5; ++n) {
+            const int input = n - 2 + c;  // channel of the neighbour inside this pixel
+            t.w[n][j] = input >= 0 && input < 3 ? m[4 * c + input] : 0.0f;
+        }
+        t.k[j] = m[4 * c + 3];
+    }
+}
 
 template <class T>
-void twist_row(const T* s_in, T* d_out, int width, const float* m) {
-    alignas(64) T p0[kBlock], p1[kBlock], p2[kBlock];
-    alignas(64) T q0[kBlock], q1[kBlock], q2[kBlock];
+void twist_row(const T* s_in, T* d_out, int width, const TwistWeights& t) {
     constexpr float top = top_of<T>();
-    // Held in locals: stores through the 8-bit block arrays could otherwise alias the matrix.
-    const float m0 = m[0], m1 = m[1], m2 = m[2], m3 = m[3], m4 = m[4], m5 = m[5];
-    const float m6 = m[6], m7 = m[7], m8 = m[8], m9 = m[9], m10 = m[10], m11 = m[11];
+    alignas(64) float f[kSamples + 4];
     for (int x0 = 0; x0 < width; x0 += kBlock) {
-        const int n = width - x0 < kBlock ? width - x0 : kBlock;
+        const int n = 3 * (width - x0 < kBlock ? width - x0 : kBlock);
+        // Copied first, so the in-place form reads the whole block before writing it.
         const T* s = s_in + 3 * x0;
-        for (int i = 0; i < n; ++i) {
-            p0[i] = s[3 * i];
-            p1[i] = s[3 * i + 1];
-            p2[i] = s[3 * i + 2];
-        }
-        for (int i = 0; i < n; ++i) {
-            const float a = float(p0[i]), b = float(p1[i]), c = float(p2[i]);
-            q0[i] = static_cast<T>(static_cast<int>(saturate_round(m0 * a + m1 * b + m2 * c + m3, top)));
-            q1[i] = static_cast<T>(static_cast<int>(saturate_round(m4 * a + m5 * b + m6 * c + m7, top)));
-            q2[i] = static_cast<T>(static_cast<int>(saturate_round(m8 * a + m9 * b + m10 * c + m11, top)));
-        }
+        f[0] = f[1] = 0.0f;
+        for (int j = 0; j < n; ++j) f[j + 2] = float(s[j]);
+        f[n + 2] = f[n + 3] = 0.0f;
         T* d = d_out + 3 * x0;
-        for (int i = 0; i < n; ++i) {
-            d[3 * i] = q0[i];
-            d[3 * i + 1] = q1[i];
-            d[3 * i + 2] = q2[i];
+        for (int j = 0; j < n; ++j) {
+            const float v = t.w[0][j] * f[j] + t.w[1][j] * f[j + 1] + t.w[2][j] * f[j + 2] + t.w[3][j] * f[j + 3] +
+                            t.w[4][j] * f[j + 4] + t.k[j];
+            d[j] = static_cast<T>(saturate_round(v, top));
         }
     }
 }
@@ -102,9 +115,10 @@ template <class T>
 int twist(const T* src, int src_step, T* dst, int dst_step, Size size, const float* matrix) {
     if (!src || !dst || !matrix) return st_null;
     if (empty_region(size)) return st_size;
-    float m[12];
-    for (int i = 0; i < 12; ++i) m[i] = matrix[i];
-    for (int y = 0; y < size.height; ++y) twist_row(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width, m);
+    TwistWeights weights;
+    build_weights(matrix, weights);
+    for (int y = 0; y < size.height; ++y)
+        twist_row(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width, weights);
     return st_ok;
 }
 

@@ -53,6 +53,25 @@ def _paeth(a, b, c):
     return np.where((pa <= pb) & (pa <= pc), a, np.where(pb <= pc, b, c))
 
 
+def header(path):
+    """(width, height, bit depth, colour type, significant bits or None) without decoding."""
+    with open(path, "rb") as f:
+        data = f.read()
+    assert data[:8] == b"\x89PNG\r\n\x1a\n", "not a PNG file"
+    pos, sbit = 8, None
+    while pos < len(data):
+        length, kind = struct.unpack(">I4s", data[pos:pos + 8])
+        body = data[pos + 8:pos + 8 + length]
+        if kind == b"IHDR":
+            w, h, depth, ctype = struct.unpack(">IIBB", body[:10])
+        elif kind == b"sBIT":
+            sbit = max(body)
+        elif kind == b"IDAT":
+            break
+        pos += 12 + length
+    return w, h, depth, ctype, sbit
+
+
 def read(path):
     """(array, significant_bits or None) of a non-interlaced 8/16-bit grey or RGB PNG."""
     with open(path, "rb") as f:
@@ -81,9 +100,11 @@ def read(path):
         line = np.frombuffer(raw, np.uint8, stride, y * (stride + 1) + 1).astype(np.int32)
         if kind == 0:
             cur = line
+        elif kind == 1:  # Sub: a running sum along each byte lane of the pixels
+            cur = (np.cumsum(line.reshape(-1, bpp), axis=0).reshape(-1)) & 0xFF
         elif kind == 2:
             cur = (line + previous) & 0xFF
-        else:  # Sub, Average and Paeth depend on the reconstructed left byte: walk the row
+        else:  # Average and Paeth depend on the reconstructed left byte: walk the row
             cur = np.zeros(stride, np.int32)
             for x in range(stride):
                 a = cur[x - bpp] if x >= bpp else 0

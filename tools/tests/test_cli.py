@@ -1,5 +1,7 @@
 """The command-line tool on PNG files written by the test itself."""
 import json
+import os
+import subprocess
 
 import numpy as np
 import pytest
@@ -9,6 +11,23 @@ import pngfile
 RNG = np.random.default_rng(7)
 
 
+def built_commands():
+    """The subcommands this build of lum has: it grows as the library gains operations."""
+    path = os.environ.get("LUM_CLI")
+    if not path:
+        return set()
+    out = subprocess.run([path, "--help"], capture_output=True, text=True).stdout
+    return {line.split()[0] for line in out.split("commands:")[-1].splitlines() if line.startswith("  ")}
+
+
+BUILT = built_commands()
+
+
+def needs(*names):
+    missing = [n for n in names if n not in BUILT]
+    return pytest.mark.skipif(bool(missing), reason="lum lacks " + ", ".join(missing) + " (library operations missing)")
+
+
 def random_image(shape, dtype, bits=None):
     top = (1 << bits) - 1 if bits else np.iinfo(dtype).max
     return RNG.integers(0, top + 1, shape, dtype=dtype)
@@ -16,7 +35,8 @@ def random_image(shape, dtype, bits=None):
 
 def test_help_lists_commands_and_explains_each(lum_cli):
     out = lum_cli("--help").stdout
-    for name in ("info", "convert"):
+    assert {"info", "convert"} <= BUILT
+    for name in sorted(BUILT):
         assert f"  {name} " in out
         sub = lum_cli(name, "--help").stdout
         assert sub.startswith(f"usage: lum {name}")
@@ -65,7 +85,282 @@ def test_convert_round_trips_bit_exactly(lum_cli, tmp_path, dtype, channels, bit
     assert sbit == bits
 
 
+@pytest.mark.parametrize("channels", [1, 3])
+def test_convert_between_8_and_16_bits(lum_cli, tmp_path, channels):
+    shape = (9, 21) if channels == 1 else (9, 21, 3)
+    frame = random_image(shape, np.uint16, 12)
+    pngfile.write(tmp_path / "f12.png", frame, significant_bits=12)
+    lum_cli("convert", "--to", "8u", "--shift", "4", "f12.png", "f8.png")
+    eight, sbit = pngfile.read(tmp_path / "f8.png")
+    assert eight.dtype == np.uint8 and sbit is None
+    np.testing.assert_array_equal(eight, frame >> 4)
+    lum_cli("convert", "--to", "8u", "f12.png", "sat.png")
+    np.testing.assert_array_equal(pngfile.read(tmp_path / "sat.png")[0], np.minimum(frame, 255))
+    lum_cli("convert", "--to", "16u", "--shift", "4", "f8.png", "back.png")
+    back, sbit = pngfile.read(tmp_path / "back.png")
+    assert back.dtype == np.uint16 and sbit == 12
+    np.testing.assert_array_equal(back, (frame >> 4) << 4)
+    assert "--shift: 0 to 15 bits" in lum_cli("convert", "--shift", "16", "f12.png", "x.png", expect=2).stderr
+
+
 def test_convert_reports_unwritable_output(lum_cli, tmp_path):
     pngfile.write(tmp_path / "in.png", random_image((4, 4), np.uint8))
     r = lum_cli("convert", "in.png", "no/such/dir/out.png", expect=1)
     assert "no/such/dir/out.png: cannot open for writing" in r.stderr
+
+
+def write_grey(tmp_path, name, pixels, bits=None):
+    pngfile.write(tmp_path / name, pixels, significant_bits=bits)
+    return name
+
+
+@needs("stats")
+@pytest.mark.parametrize("dtype,bits", [(np.uint8, None), (np.uint16, 12)])
+def test_stats_match_the_library_and_numpy(lum_cli, tmp_path, dtype, bits):
+    import lum
+    pixels = random_image((23, 41), dtype, bits)
+    write_grey(tmp_path, "in.png", pixels, bits)
+    record = json.loads(lum_cli("stats", "--json", "in.png").stdout)[0]
+    assert record["min"] == pixels.min() and record["max"] == pixels.max()
+    assert record["sum"] == pixels.sum()
+    assert record["mean"] == pytest.approx(pixels.mean(), rel=1e-9)
+    assert record["stddev"] == pytest.approx(pixels.std(), rel=1e-6)
+    window = json.loads(lum_cli("stats", "--json", "--rect", "3,4,10,5", "in.png").stdout)[0]
+    image = lum.Image.from_array(pixels, valid_bits=bits)
+    assert (window["min"], window["max"]) == lum.img_min_max_rect(image, (3, 4, 10, 5))
+    assert window["rect"] == [3, 4, 10, 5]
+    r = lum_cli("stats", "--rect", "30,0,20,5", "in.png", expect=1)
+    assert "in.png: minimum and maximum: rectangle or size beyond the image (-2)" in r.stderr
+
+
+@needs("stats")
+def test_stats_of_colour_images_are_per_channel(lum_cli, tmp_path):
+    pixels = random_image((9, 11, 3), np.uint8)
+    write_grey(tmp_path, "c.png", pixels)
+    record = json.loads(lum_cli("stats", "--json", "c.png").stdout)[0]
+    assert record["min"] == pixels.min(axis=(0, 1)).tolist()
+    assert record["max"] == pixels.max(axis=(0, 1)).tolist()
+    assert "mean" not in record
+    assert lum_cli("stats", "c.png").stdout.startswith("c.png: min [")
+
+
+@needs("histogram")
+def test_histogram_counts_every_sample_once(lum_cli, tmp_path):
+    pixels = random_image((30, 50), np.uint16, 10)
+    write_grey(tmp_path, "in.png", pixels, 10)
+    lines = lum_cli("histogram", "--bins", "8", "in.png").stdout.strip().split("\n")
+    assert lines[0] == "from,to,count" and len(lines) == 9
+    counts = [int(line.split(",")[2]) for line in lines[1:]]
+    np.testing.assert_array_equal(counts, np.histogram(pixels, bins=8, range=(0, 1024))[0])
+    record = json.loads(lum_cli("histogram", "--format", "json", "--range", "100,200", "--bins", "4", "in.png").stdout)
+    # Half-open bins: a sample of exactly 200 is not counted.
+    expected = [np.count_nonzero((pixels >= 100 + 25 * k) & (pixels < 125 + 25 * k)) for k in range(4)]
+    np.testing.assert_array_equal(record["counts"], expected)
+    assert "--format is csv or json" in lum_cli("histogram", "--format", "xml", "in.png", expect=2).stderr
+    r = lum_cli("histogram", "--range", "5,5", "in.png", expect=1)
+    assert "in.png: histogram: argument out of range (-7)" in r.stderr
+
+
+@needs("threshold")
+@pytest.mark.parametrize("dtype,bits", [(np.uint8, None), (np.uint16, 12)])
+def test_threshold_by_value_and_by_otsu(lum_cli, tmp_path, dtype, bits):
+    top = (1 << (bits or 8)) - 1
+    pixels = random_image((20, 33), dtype, bits)
+    write_grey(tmp_path, "in.png", pixels, bits)
+    lum_cli("threshold", "in.png", "out.png", str(top // 3))
+    out, sbit = pngfile.read(tmp_path / "out.png")
+    np.testing.assert_array_equal(out, np.where(pixels >= top // 3, top, 0).astype(dtype))
+    lum_cli("threshold", "--invert", "in.png", "inv.png", str(top // 3))
+    np.testing.assert_array_equal(pngfile.read(tmp_path / "inv.png")[0], top - out)
+    # Otsu: two well separated levels split between them.
+    two = np.where(np.arange(20 * 33).reshape(20, 33) % 3 == 0, top // 10, top - top // 10).astype(dtype)
+    write_grey(tmp_path, "two.png", two, bits)
+    r = lum_cli("threshold", "--otsu", "two.png", "otsu.png", expect=None)
+    if dtype == np.uint16 and "data format not supported (-1)" in r.stderr:
+        pytest.skip("the library has no 16-bit Otsu threshold yet")
+    assert r.returncode == 0, r.stderr
+    printed = r.stdout
+    assert printed.startswith("otsu ")
+    np.testing.assert_array_equal(pngfile.read(tmp_path / "otsu.png")[0], np.where(two > top // 2, top, 0))
+    assert "VALUE must be 1 to" in lum_cli("threshold", "in.png", "x.png", "0", expect=2).stderr
+    assert "either a threshold VALUE or --otsu" in lum_cli("threshold", "in.png", "x.png", expect=2).stderr
+
+
+def blobs(shape=(64, 96), dtype=np.uint8, high=200):
+    pixels = np.zeros(shape, dtype)
+    pixels[5:20, 6:30] = high          # a plate
+    yy, xx = np.mgrid[:shape[0], :shape[1]]
+    pixels[(yy - 40) ** 2 + (xx - 60) ** 2 <= 144] = high  # a disc
+    pixels[(yy - 40) ** 2 + (xx - 60) ** 2 <= 16] = 0      # with a hole
+    pixels[50:52, 10:12] = high        # a speck that closes within eight steps
+    return pixels
+
+
+@needs("contours")
+@pytest.mark.parametrize("dtype,high", [(np.uint8, 200), (np.uint16, 3000)])
+def test_contours_json_matches_the_c_interface(lum_cli, tmp_path, dtype, high):
+    import lum
+    pixels = blobs(dtype=dtype, high=high)
+    bits = 12 if dtype == np.uint16 else None
+    write_grey(tmp_path, "in.png", pixels, bits)
+    record = json.loads(lum_cli("contours", "--threshold", str(high // 2), "--overlay", "ov.png", "in.png").stdout)
+    binary = lum.Image(96, 64, lum.format_of(dtype), lum.GRAY, bits or 8)
+    lum.binarization(lum.Image.from_array(pixels, valid_bits=bits), binary, high // 2)
+    expected = lum.contours(binary)
+    assert record["count"] == len(expected) == 2
+    for got, (points, box) in zip(record["contours"], expected):
+        assert got["points"] == points.tolist()
+        assert got["bbox"] == list(box) and got["outline_points"] == len(points)
+        runs, (cx, cy, area) = lum.vline_contour(points, box)
+        assert got["centroid"] == [cx, cy] and got["area"] == area
+    assert record["contours"][0]["bbox"] == [6, 5, 24, 15]
+    overlay, _ = pngfile.read(tmp_path / "ov.png")
+    assert overlay.shape == (64, 96, 3)
+    for x, y in record["contours"][1]["points"]:
+        assert tuple(overlay[y, x]) == (255, 0, 0)
+    # Every non-zero sample is an object without a threshold; --min-area drops the plate's rival.
+    plain = json.loads(lum_cli("contours", "--no-points", "--min-area", "400", "in.png").stdout)
+    assert plain["threshold"] is None and plain["count"] == 1 and "points" not in plain["contours"][0]
+
+
+@needs("contours")
+def test_contours_with_otsu_and_on_an_empty_image(lum_cli, tmp_path):
+    write_grey(tmp_path, "blobs.png", blobs())
+    record = json.loads(lum_cli("contours", "--otsu", "--no-points", "blobs.png").stdout)
+    assert record["count"] == 2 and 0 < record["threshold"] <= 200
+    write_grey(tmp_path, "empty.png", np.zeros((8, 8), np.uint8))
+    assert json.loads(lum_cli("contours", "empty.png").stdout)["count"] == 0
+    write_grey(tmp_path, "colour.png", np.zeros((8, 8, 3), np.uint8))
+    assert "colour.png: contours need a grey image" in lum_cli("contours", "colour.png", expect=1).stderr
+
+
+@needs("morph")
+def test_morph_opening_removes_specks_and_closing_fills_holes(lum_cli, tmp_path):
+    import lum
+    pixels = np.zeros((30, 40), np.uint8)
+    pixels[5:20, 5:25] = 255
+    pixels[25, 33] = 255        # a speck
+    pixels[10, 12] = 0          # a pinhole
+    write_grey(tmp_path, "in.png", pixels)
+    lum_cli("morph", "--op", "open", "--size", "3", "in.png", "open.png")
+    opened, _ = pngfile.read(tmp_path / "open.png")
+    assert opened[25, 33] == 0 and opened[12, 12] == 255
+    lum_cli("morph", "--op", "close", "--size", "3x3", "in.png", "close.png")
+    closed, _ = pngfile.read(tmp_path / "close.png")
+    assert closed[10, 12] == 255
+    expected = lum.Image(40, 30)
+    lum.morph_open_close(lum.Image.from_array(pixels), expected, (0, 3, 3, 3))
+    np.testing.assert_array_equal(closed, expected.array)
+    write_grey(tmp_path, "colour.png", np.zeros((4, 4, 3), np.uint8))
+    r = lum_cli("morph", "colour.png", "x.png", expect=1)
+    assert "colour.png: opening: channel count not supported (-65)" in r.stderr
+
+
+@needs("mirror")
+@pytest.mark.parametrize("channels", [1, 3])
+def test_mirror_flips_like_numpy(lum_cli, tmp_path, channels):
+    pixels = random_image((7, 9) if channels == 1 else (7, 9, 3), np.uint16, 12)
+    write_grey(tmp_path, "in.png", pixels, 12)
+    for flip, expected in (("updown", pixels[::-1]), ("leftright", pixels[:, ::-1]), ("both", pixels[::-1, ::-1])):
+        lum_cli("mirror", "--flip", flip, "in.png", f"{flip}.png")
+        np.testing.assert_array_equal(pngfile.read(tmp_path / f"{flip}.png")[0], expected)
+    lum_cli("mirror", "--rect", "1,2,4,3", "in.png", "part.png")
+    part = pixels.copy()
+    part[2:5, 1:5] = pixels[2:5, 1:5][:, ::-1]
+    np.testing.assert_array_equal(pngfile.read(tmp_path / "part.png")[0], part)
+
+
+@needs("resize", "rotate")
+def test_resize_and_rotate(lum_cli, tmp_path):
+    pixels = random_image((40, 60), np.uint8)
+    write_grey(tmp_path, "in.png", pixels)
+    lum_cli("resize", "--size", "30x20", "--interp", "nearest", "in.png", "half.png")
+    half, _ = pngfile.read(tmp_path / "half.png")
+    # Nearest neighbour takes source index floor((d + 0.5) * 2) = 2d + 1.
+    np.testing.assert_array_equal(half, pixels[1::2, 1::2])
+    lum_cli("resize", "--factor", "1.5", "--interp", "lanczos", "in.png", "big.png")
+    assert pngfile.read(tmp_path / "big.png")[0].shape == (60, 90)
+    square = np.zeros((21, 21), np.uint8)
+    square[10, 3:18] = 255  # a horizontal bar through the centre turns vertical
+    write_grey(tmp_path, "bar.png", square)
+    lum_cli("rotate", "--interp", "nearest", "bar.png", "turned.png", "90")
+    np.testing.assert_array_equal(pngfile.read(tmp_path / "turned.png")[0], square.T)
+    assert "ANGLE: not a number" in lum_cli("rotate", "bar.png", "x.png", "ninety", expect=2).stderr
+    assert "give --size or --factor" in lum_cli("resize", "in.png", "x.png", expect=2).stderr
+
+
+@needs("project")
+@pytest.mark.parametrize("op", ["max", "min", "mean"])
+def test_project_reduces_frames_pixel_by_pixel_and_per_row(lum_cli, tmp_path, op):
+    frames = [random_image((6, 10), np.uint16, 12) for _ in range(5)]
+    names = []
+    for k, f in enumerate(frames):
+        names.append(write_grey(tmp_path, f"f{k}.png", f, 12))
+    stack = np.stack(frames).astype(np.float64)
+    reduce = {"max": np.max, "min": np.min, "mean": np.mean}[op]
+    lum_cli("project", "--op", op, "out.png", *names)
+    out, sbit = pngfile.read(tmp_path / "out.png")
+    assert sbit == 12
+    if op == "mean":
+        assert np.abs(out - reduce(stack, axis=0)).max() <= 0.5
+    else:
+        np.testing.assert_array_equal(out, reduce(stack, axis=0))
+    if op != "mean":
+        lum_cli("project", "--op", op, "--direction", "rows", "rows.png", *names)
+        rows, _ = pngfile.read(tmp_path / "rows.png")
+        np.testing.assert_array_equal(rows, reduce(stack, axis=2).T)  # frame k's row maxima in column k
+    write_grey(tmp_path, "small.png", np.zeros((3, 3), np.uint16), 12)
+    r = lum_cli("project", "x.png", names[0], "small.png", expect=1)
+    assert "small.png: differs from f0.png in size or format" in r.stderr
+
+
+@needs("demo")
+def test_demo_finds_the_parts_it_drew(lum_cli, tmp_path):
+    out = lum_cli("demo", "run").stdout
+    report = json.loads((tmp_path / "run" / "report.json").read_text())
+    assert len(report["objects"]) == report["parts_drawn"] == 12
+    assert f"12 objects found (12 parts drawn)" in out
+    for name in ("frame12.png", "frame8.png", "binary.png", "opened.png", "overlay.png"):
+        assert (tmp_path / "run" / name).stat().st_size > 0
+    assert pngfile.header(tmp_path / "run" / "frame12.png") == (1600, 1200, 16, 0, 12)
+    assert pngfile.header(tmp_path / "run" / "overlay.png") == (1600, 1200, 8, 2, None)
+    areas = sorted(o["area"] for o in report["objects"])
+    assert areas[0] > 1000 and areas[-1] < 120000
+    assert set(report["timings_ms"]) >= {"Otsu threshold", "binarize", "open (5 x 5)", "trace and measure"}
+
+
+@needs("profile")
+def test_profile_along_a_row(lum_cli, tmp_path):
+    import lum
+    pixels = random_image((12, 16), np.uint8)
+    write_grey(tmp_path, "in.png", pixels)
+    lines = lum_cli("profile", "--fast", "in.png", "2,5", "11,5").stdout.strip().split("\n")
+    assert lines[0] == "index,value"
+    # Ten pixels, both ends included: the samples of the row as they are.
+    assert [int(float(line.split(",")[1])) for line in lines[1:]] == pixels[5, 2:12].tolist()
+    record = json.loads(lum_cli("profile", "--format", "json", "--thickness", "3", "in.png", "2,2", "9,9").stdout)
+    expected = lum.get_profile(lum.Image.from_array(pixels), (2, 2), (9, 9), 3)
+    assert record["samples"] == expected.tolist()
+    r = lum_cli("profile", "in.png", "2,2", "40,2", expect=1)
+    assert "in.png: profile: argument out of range (-7)" in r.stderr
+
+
+@needs("scale")
+@pytest.mark.parametrize("channels", [1, 3])
+def test_scale_maps_ranges(lum_cli, tmp_path, channels):
+    shape = (6, 11) if channels == 1 else (6, 11, 3)
+    frame = random_image(shape, np.uint16, 12)
+    frame.flat[0], frame.flat[1] = 0, 4095
+    write_grey(tmp_path, "f.png", frame, 12)
+    lum_cli("scale", "--to", "8u", "f.png", "8.png")
+    eight, _ = pngfile.read(tmp_path / "8.png")
+    np.testing.assert_array_equal(eight, np.round(frame * (255 / 4095)).astype(np.uint8))
+    lum_cli("scale", "--a", "2", "--b", "-100", "f.png", "ab.png")
+    ab, sbit = pngfile.read(tmp_path / "ab.png")
+    assert sbit == 12
+    np.testing.assert_array_equal(ab, np.clip(frame.astype(np.int64) * 2 - 100, 0, 65535))
+    narrow = (frame // 4 + 1000).astype(np.uint16)
+    write_grey(tmp_path, "n.png", narrow, 12)
+    lum_cli("scale", "--stretch", "--to", "8u", "n.png", "s.png")
+    stretched, _ = pngfile.read(tmp_path / "s.png")
+    assert stretched.min() == 0 and stretched.max() == 255
