@@ -259,8 +259,9 @@ LUM_API int8_t lum_projection_min(int32_t frame, int32_t destination, uint32_t i
 LUM_API int8_t lum_projection_mean_init(uint32_t width, uint32_t height, int32_t* accumulator);
 /* Mean projection (8u, 16u, 32f). Direction 0: index 0 restarts the accumulator, each frame is added, and at
  * index = count - 1 the destination receives accumulator / count (rounded to nearest, saturated). Directions 1
- * and 2 write each row's (column's) mean at once into column (row) index. Codes as lum_projection_max, plus -1
- * for an accumulator that is not one-channel float and -2 for one smaller than the frame. */
+ * and 2 write each row's (column's) mean at once into column (row) index. Codes as lum_projection_max (but -1
+ * for 16s frames), plus -1 for an accumulator that is not one-channel float, -2 for one smaller than the frame
+ * and -7 for count 0 in direction 0. */
 LUM_API int8_t lum_projection_mean(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction, int32_t accumulator);
 
 /* (end of section) */
@@ -338,7 +339,8 @@ LUM_API void    lum_vline_contour(const lum_point* points, int32_t count, const 
  * of the source's grey level (a pixel enters at the larger of its own level and the level being flooded), first
  * in first out within a level, 8-connected. A pixel takes the label of its labelled neighbours when they agree;
  * where two different basins meet it stays 0 (the watershed line) and floods no further; a pixel no basin
- * reaches stays 0. Time and memory linear in the pixels (one bucket per grey level; 8 to 12 bytes per pixel of scratch).
+ * reaches stays 0. Time and memory linear in the pixels (one bucket per grey level; 8 to 12 bytes of scratch
+ * per pixel).
  * Codes: -6/-64 handles, -64 uninitialised, -1 a channel count other than 1, source not 8u/16u or markers not
  * 16u, -4 sizes differ, -32 no seed at all, -8 out of memory (the markers are then unchanged). */
 LUM_API int8_t lum_watershed(int32_t source, int32_t markers);

@@ -1,5 +1,6 @@
 // Histogram and Otsu threshold by handle: check order and codes, bin edges,
 // rectangles, and the 16-bit threshold path.
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -88,6 +89,8 @@ TEST(Otsu, ChecksInOrder) {
     EXPECT_EQ(lum_otsu_get_threshold_rect(g, &flat, &t), -7);
     EXPECT_EQ(lum_otsu_get_threshold(c, nullptr), -1);  // channels before the output
     EXPECT_EQ(lum_otsu_get_threshold(g, nullptr), -7);
+    Image w16(16, 8, lum_fmt_16u, lum_gray);
+    EXPECT_EQ(lum_otsu_get_threshold(w16, nullptr), -7);
     t = -99;
     EXPECT_EQ(lum_otsu_get_threshold(s16, &t), -1);
     EXPECT_EQ(lum_otsu_get_threshold(f, &t), -1);
@@ -107,6 +110,52 @@ TEST(Otsu, EightBitTwoLevelsGiveTheLowerOne) {
     ASSERT_EQ(lum_otsu_get_threshold_rect(g, &r, &t), 0);
     EXPECT_GE(t, 60);
     EXPECT_LT(t, 200);
+}
+
+TEST(Otsu, SixteenBitThresholdComesBackInSixteenBitUnits) {
+    Image w(30, 20, lum_fmt_16u, lum_gray);
+    for (int y = 0; y < 20; ++y)
+        for (int x = 0; x < 30; ++x) w.at<uint16_t>(x, y) = (x + y) % 3 ? 1000 : 3000;
+    int32_t t = -1;
+    ASSERT_EQ(lum_otsu_get_threshold(w, &t), 0);
+    EXPECT_GE(t, 1000);
+    EXPECT_LT(t, 3000);
+    // A constant image gives its own value.
+    Image c(9, 9, lum_fmt_16u, lum_gray);
+    for (int y = 0; y < 9; ++y)
+        for (int x = 0; x < 9; ++x) c.at<uint16_t>(x, y) = 4321;
+    ASSERT_EQ(lum_otsu_get_threshold(c, &t), 0);
+    EXPECT_EQ(t, 4321);
+}
+
+// Samples 257 * v span the whole 16-bit range when v spans 0..255, so the
+// rescaled image is v itself and the threshold is 257 times the 8-bit one.
+TEST(Otsu, SixteenBitPathMatchesTheEightBitImageItRescalesTo) {
+    std::mt19937 rng(3);
+    for (int round = 0; round < 12; ++round) {
+        const int w = 20 + round * 7, h = 11 + round;
+        Image g(w, h, lum_fmt_8u, lum_gray), wide(w, h, lum_fmt_16u, lum_gray);
+        const int a = int(rng() % 120), b = 130 + int(rng() % 120);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                const int centre = rng() % 3 ? a : b;
+                g.at<uint8_t>(x, y) = uint8_t(std::clamp(centre + int(rng() % 41) - 20, 0, 255));
+            }
+        g.at<uint8_t>(0, 0) = 0;
+        g.at<uint8_t>(w - 1, h - 1) = 255;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) wide.at<uint16_t>(x, y) = uint16_t(257 * g.at<uint8_t>(x, y));
+        int32_t t8 = -1, t16 = -1;
+        ASSERT_EQ(lum_otsu_get_threshold(g, &t8), 0);
+        ASSERT_EQ(lum_otsu_get_threshold(wide, &t16), 0);
+        EXPECT_NEAR(t16, 257 * t8, 1) << "round " << round;
+
+        // The rectangle's size is measured at the rescaled image's top-left corner.
+        lum_rect r{10, 5, w - 12, h - 6}, at_origin{0, 0, w - 12, h - 6};
+        ASSERT_EQ(lum_otsu_get_threshold_rect(g, &at_origin, &t8), 0);
+        ASSERT_EQ(lum_otsu_get_threshold_rect(wide, &r, &t16), 0);
+        EXPECT_NEAR(t16, 257 * t8, 1) << "round " << round;
+    }
 }
 
 }  // namespace
