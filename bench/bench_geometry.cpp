@@ -3,6 +3,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "bench.hpp"
 
@@ -88,6 +89,37 @@ Timed rotate_case(int code) {
 
 const Case rot_nearest("rotate 8u 30 deg nearest", [] { return rotate_case(1); });
 const Case rot_linear("rotate 8u 30 deg linear", [] { return rotate_case(2); });
+
+// Line profiles ride on the rotation and the resize, so they are timed here.
+Timed profile_case(bool fast) {
+    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
+    auto out = std::make_shared<std::vector<uint8_t>>(8192);
+    const lum_point p1{100, 200}, p2{3700, 1900};
+    const uint32_t thickness = 15;
+    Timed t{[=] {
+                uint32_t count = static_cast<uint32_t>(out->size());
+                (fast ? lum_get_fast_profile : lum_get_profile)(a->handle(), p1, p2, thickness, out->data(), &count);
+            },
+            {}, "OpenCV: LineIterator over 15 parallel lines, summed, no resampling"};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [=] {
+        cv::Mat m = a->mat();
+        std::vector<int> sum(8192, 0);
+        const double dx = p2.x - p1.x, dy = p2.y - p1.y, n = std::sqrt(dx * dx + dy * dy);
+        for (uint32_t i = 0; i < thickness; ++i) {
+            const double o = double(i) - thickness / 2.0;
+            const cv::Point shift(int(std::lround(-dy / n * o)), int(std::lround(dx / n * o)));
+            cv::LineIterator it(m, cv::Point(p1.x, p1.y) + shift, cv::Point(p2.x, p2.y) + shift, 8);
+            for (int k = 0; k < it.count && k < 8192; ++k, ++it) sum[k] += **it;
+        }
+        out->at(0) = static_cast<uint8_t>(sum[0] / int(thickness));
+    };
+#endif
+    return t;
+}
+
+const Case profile_fast("fast_profile 8u 4K diagonal, 15 lines", [] { return profile_case(true); });
+const Case profile_band("profile 8u 4K diagonal, 15 lines (rotation)", [] { return profile_case(false); });
 
 }  // namespace
 }  // namespace lum::bench

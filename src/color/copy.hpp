@@ -19,4 +19,9 @@ inline bool rows_fit(const img& image, int64_t offset, int64_t rows, int64_t ste
            offset + (rows - 1) * step + row_bytes <= static_cast<int64_t>(image.step_bytes) * image.height;
 }
 
+// The whole image within its own buffer (a caller's step may be shorter than a row).
+inline bool whole_in_buffer(const img& image) {
+    return rows_fit(image, 0, image.height, image.step_bytes, int64_t(image.width) * bytes_per_pixel(image));
+}
+
 }  // namespace lum

@@ -3,6 +3,7 @@
 // is added with saturation to a colour image of the rectangle's size.
 #include <climits>
 
+#include "color/copy.hpp"
 #include "image/call_frame.hpp"
 
 namespace lum {
@@ -96,6 +97,9 @@ int8_t computer_color_bc(const img* src, img* dst, const lum_rect* rect, const u
     if (!palette) return out_of_range;
     if (r.width != dst->width || r.height != dst->height) return beyond_image;
     if (dst->pix_type != lum_fmt_8u || dst->channels != lum_color) return bad_format;
+    if ((src->pix_type == lum_fmt_8u || src->pix_type == lum_fmt_16u) &&
+        (!region_in_buffer(*src, r.x, r.y, r.width, r.height, src->step_bytes) || !whole_in_buffer(*dst)))
+        return beyond_image;
     if (src->pix_type == lum_fmt_8u) {
         render_8u(*src, r, *dst, palette, contrast, double(brightness));
     } else if (src->pix_type == lum_fmt_16u) {

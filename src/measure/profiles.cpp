@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "color/copy.hpp"
 #include "geometry/resize.hpp"
 #include "geometry/rotate.hpp"
 #include "image/call_frame.hpp"
@@ -107,8 +108,7 @@ int8_t fast_profile(const img& image, const Segment& s, uint32_t thickness, T* o
 
 int8_t check_common(const img* image, const Segment& s, uint32_t thickness, const void* out, const uint32_t* count) {
     if (!out || !count || thickness == 0 || s.length == 0 || s.length > *count) return out_of_range;
-    (void)image;
-    return ok;
+    return whole_in_buffer(*image) ? ok : beyond_image;
 }
 
 int8_t get_fast_profile(const img* image, lum_point a, lum_point b, uint32_t thickness, void* out, uint32_t* count) {

@@ -1,6 +1,7 @@
 // Copies and channel moves through the C interface: check order and codes,
 // rectangles that touch only their pixels, and the failure message of a
 // refused channel order.
+#include <algorithm>
 #include <vector>
 
 #include "support/support.hpp"
@@ -132,6 +133,28 @@ TEST(SwapChannels, ReordersInPlaceAndReportsABadOrder) {
     EXPECT_EQ(lum_swap_channels(g, reverse), -1);
     EXPECT_EQ(lum_swap_channels(c16, reverse), -1);
     EXPECT_EQ(lum_swap_channels(empty, reverse), -64);
+}
+
+}  // namespace
+
+namespace {
+
+// A caller's buffer whose step is shorter than a row: whole-image walks would
+// leave its rows x step bytes, so every operation refuses before writing.
+TEST(CallerBuffers, ShortStepsAreRefusedBeforeAnyWrite) {
+    std::vector<uint8_t> bytes(64, 9);
+    lum_info info{10, 4, 0.0f, 0.0f, 5, lum_fmt_8u, 8, lum_gray, bytes.data()};
+    lum::test::Image shorty, grey(10, 4, lum_fmt_8u, lum_gray), colour(10, 4, lum_fmt_8u, lum_color);
+    ASSERT_EQ(lum_init_image_ex(shorty, &info), 0);
+    EXPECT_EQ(lum_copy_rect(grey, {0, 0}, shorty, {0, 0}, {10, 4}), -2);
+    EXPECT_EQ(lum_copy_rect(shorty, {0, 0}, grey, {0, 0}, {10, 4}), -2);
+    EXPECT_EQ(lum_copy_rect(grey, {0, 0}, shorty, {0, 0}, {5, 3}), 0);   // within the buffer
+    EXPECT_EQ(lum_gray_to_color(shorty, colour), -2);
+    EXPECT_EQ(lum_copy_gray2color(shorty, colour, 0), -2);
+    const lum_rect r{0, 0, 10, 4};
+    std::vector<uint8_t> palette(768);
+    EXPECT_EQ(lum_computer_color_bc(shorty, colour, &r, palette.data(), 1, 0), -2);
+    EXPECT_TRUE(std::all_of(bytes.begin() + 20, bytes.end(), [](uint8_t b) { return b == 9; }));
 }
 
 }  // namespace

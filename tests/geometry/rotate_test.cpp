@@ -2,6 +2,7 @@
 // exact index permutations, the destination is cleared first, and the codes
 // of the checks and of a non-finite angle.
 #include <cmath>
+#include <vector>
 
 #include "support/support.hpp"
 
@@ -92,6 +93,26 @@ TEST(Rotate, CodesAndTheClearedDestination) {
     EXPECT_EQ(out, "IPP function failed,return value -13.\n");
     EXPECT_EQ(b.bytes(), kept);
     EXPECT_EQ(lum_rotate(a, b, INFINITY, 0, 0, 1), -5);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(CallerBuffers, GeometryRefusesShortSteps) {
+    std::vector<uint8_t> bytes(64, 9);
+    lum_info info{10, 4, 0.0f, 0.0f, 5, lum_fmt_8u, 8, lum_gray, bytes.data()};
+    lum::test::Image shorty, grey(10, 4, lum_fmt_8u, lum_gray);
+    ASSERT_EQ(lum_init_image_ex(shorty, &info), 0);
+    EXPECT_EQ(lum_mirrorI(shorty, 0), -2);
+    EXPECT_EQ(lum_rotate(grey, shorty, 0, 0, 0, 1), -2);
+    EXPECT_EQ(lum_rotate(shorty, grey, 0, 0, 0, 1), -2);
+    EXPECT_EQ(lum_resize(grey, {0, 0}, {10, 4}, shorty, {0, 0}, {9, 4}, 2), -2);
+    EXPECT_EQ(lum_resize(grey, {0, 0}, {10, 4}, shorty, {0, 0}, {7, 3}, 2), 0);   // fits the buffer
+    uint32_t count = 16;
+    uint8_t out[16];
+    EXPECT_EQ(lum_get_fast_profile(shorty, {0, 0}, {9, 0}, 1, out, &count), -2);
+    for (size_t i = 20; i < bytes.size(); ++i) ASSERT_EQ(bytes[i], 9);
 }
 
 }  // namespace
