@@ -41,6 +41,14 @@ inline T pick(T a, T b) {
     else return b < a ? b : a;
 }
 
+// m combined with p[I][x] .. p[N - 1][x], unrolled at compile time so the
+// loop over x stays a single vectorizable loop.
+template <bool Max, int I, int N, class T, class P>
+inline T fold(T m, const P& p, int64_t x) {
+    if constexpr (I < N) return fold<Max, I + 1, N>(pick<Max>(m, p[I][x]), p, x);
+    else return m;
+}
+
 template <bool Max, class T>
 void combine(const T* __restrict a, const T* __restrict b, T* __restrict d, int64_t n) {
     for (int64_t i = 0; i < n; ++i) d[i] = pick<Max>(a[i], b[i]);
@@ -134,9 +142,7 @@ void window_direct(const T* s, T* __restrict out, int64_t n, int c, int pixels, 
     const T* p[W];
     for (int i = 0; i < W; ++i) p[i] = s + int64_t{i - ax} * c;
     for (int64_t x = lo; x < hi; ++x) {
-        T m = p[0][x];
-        for (int i = 1; i < W; ++i) m = pick<Max>(m, p[i][x]);
-        out[x] = m;
+        out[x] = fold<Max, 1, W>(p[0][x], p, x);
     }
     auto edge = [&](int64_t x) {
         T m = edge_sample(s, x, c, pixels, -ax);
@@ -156,15 +162,11 @@ void rows_direct(const T* const* rows, T* __restrict out, int64_t n, bool first)
     for (int j = 0; j < H; ++j) r[j] = rows[j];
     if (first) {
         for (int64_t x = 0; x < n; ++x) {
-            T m = r[0][x];
-            for (int j = 1; j < H; ++j) m = pick<Max>(m, r[j][x]);
-            out[x] = m;
+            out[x] = fold<Max, 1, H>(r[0][x], r, x);
         }
     } else {
         for (int64_t x = 0; x < n; ++x) {
-            T m = out[x];
-            for (int j = 0; j < H; ++j) m = pick<Max>(m, r[j][x]);
-            out[x] = m;
+            out[x] = fold<Max, 0, H>(out[x], r, x);
         }
     }
 }
@@ -261,15 +263,11 @@ void runs_group(T* __restrict d, const T* const* p, int64_t n, bool first) {
     for (int i = 0; i < 2 * K; ++i) q[i] = p[i];
     if (first) {
         for (int64_t x = 0; x < n; ++x) {
-            T m = pick<Max>(q[0][x], q[1][x]);
-            for (int k = 1; k < K; ++k) m = pick<Max>(m, pick<Max>(q[2 * k][x], q[2 * k + 1][x]));
-            d[x] = m;
+            d[x] = fold<Max, 1, 2 * K>(q[0][x], q, x);
         }
     } else {
         for (int64_t x = 0; x < n; ++x) {
-            T m = d[x];
-            for (int k = 0; k < K; ++k) m = pick<Max>(m, pick<Max>(q[2 * k][x], q[2 * k + 1][x]));
-            d[x] = m;
+            d[x] = fold<Max, 0, 2 * K>(d[x], q, x);
         }
     }
 }
