@@ -1,0 +1,60 @@
+// Level adjustment of 8-bit images: per channel, subtract the low level
+// (truncated to an integer byte), then multiply by the destination's range
+// over the exact distance between the levels.
+#include <cmath>
+
+#include "arith/clamp.hpp"
+#include "primitives/arith_const.hpp"
+
+namespace lum {
+
+namespace {
+
+// low truncated toward zero, its low 8 bits.
+uint8_t low_byte(double low) {
+    const double t = std::trunc(low);
+    const int64_t i = std::fabs(t) < 9.0e18 ? static_cast<int64_t>(t) : 0;
+    return static_cast<uint8_t>(i);
+}
+
+int8_t adjust(img* src, img* dst, lum_size size, const double* low, const double* high) {
+    LUM_CHECK(require_initialised(src));
+    if (size.width <= 0 || size.height <= 0) return out_of_range;
+    if (size.width > src->width || size.height > src->height) return beyond_image;
+    LUM_CHECK(require_initialised(dst));
+    if (size.width > dst->width || size.height > dst->height) return beyond_image;
+    if (src->channels != dst->channels || src->pix_type != dst->pix_type) return mismatch;
+    if (src->pix_type != lum_fmt_8u) return bad_format;
+    if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
+    if (!low || !high) return out_of_range;
+    if (!region_in_buffer(*src, 0, 0, size.width, size.height, src->step_bytes) ||
+        !region_in_buffer(*dst, 0, 0, size.width, size.height, dst->step_bytes))
+        return beyond_image;
+
+    const int channels = src->channels;
+    const int32_t m = static_cast<int32_t>((1u << (dst->valid_bits & 31u)) - 1u);
+    double factor[3];
+    uint8_t level[3];
+    for (int c = 0; c < channels; ++c) {
+        factor[c] = double(m) / (high[c] - low[c]);
+        level[c] = low_byte(low[c]);
+    }
+    const prim::Size z{size.width, size.height};
+    const auto* s = static_cast<const uint8_t*>(src->frame_buf);
+    auto* d = static_cast<uint8_t*>(dst->frame_buf);
+    const int ss = step_of(*src), ds = step_of(*dst);
+    const int subtracted = channels == 3 ? prim::sub_c_8u_c3rsfs(s, ss, d, ds, z, level, 0)
+                                         : prim::sub_c_8u_c1rsfs(s, ss, d, ds, z, level[0], 0);
+    LUM_CHECK(map_status(subtracted));
+    return map_status(channels == 3 ? prim::mul_c_8u_c3ir(d, ds, z, factor) : prim::mul_c_8u_c1ir(d, ds, z, factor));
+}
+
+}  // namespace
+
+}  // namespace lum
+
+extern "C" LUM_API int8_t lum_adjust(int32_t source, int32_t destination, const double* low, const double* high) {
+    return lum::with_images({source, destination}, [&](img* s, img* d) {
+        return lum::adjust(s, d, {s->width, s->height}, low, high);
+    });
+}

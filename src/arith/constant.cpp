@@ -1,0 +1,140 @@
+// Arithmetic of an image and a constant: add or multiply in place over the
+// image or a rectangle of it (then clamped to the valid bits over the whole
+// image), and subtract a constant into a second image.
+#include <cstring>
+
+#include "arith/clamp.hpp"
+#include "primitives/arith_const.hpp"
+
+namespace lum {
+
+namespace {
+
+enum class in_place_op { add, multiply };
+
+// Reads the caller's one sample of type T; a missing value is reported by the
+// kernel's own null-pointer status.
+template <class T>
+bool read_value(const void* value, T& out) {
+    if (!value) return false;
+    std::memcpy(&out, value, sizeof(T));
+    return true;
+}
+
+int add_constant(const img& im, void* region, const prim::Size z, const void* value) {
+    const bool c3 = im.channels == lum_color;
+    const int step = step_of(im);
+    if (im.pix_type == lum_fmt_8u) {
+        uint8_t v = 0;
+        if (!read_value(value, v)) return prim::st_null;
+        const uint8_t v3[3] = {v, v, v};
+        auto* p = static_cast<uint8_t*>(region);
+        return c3 ? prim::add_c_8u_c3irsfs(p, step, z, v3, 0) : prim::add_c_8u_c1irsfs(p, step, z, v, 0);
+    }
+    uint16_t v = 0;
+    if (!read_value(value, v)) return prim::st_null;
+    const uint16_t v3[3] = {v, v, v};
+    auto* p = static_cast<uint16_t*>(region);
+    return c3 ? prim::add_c_16u_c3irsfs(p, step, z, v3, 0) : prim::add_c_16u_c1irsfs(p, step, z, v, 0);
+}
+
+int multiply_constant(const img& im, void* region, const prim::Size z, const void* value) {
+    const bool c3 = im.channels == lum_color;
+    const int step = step_of(im);
+    const auto* factors = static_cast<const double*>(value);
+    if (im.pix_type == lum_fmt_8u) {
+        auto* p = static_cast<uint8_t*>(region);
+        return c3 ? prim::mul_c_8u_c3ir(p, step, z, factors) : prim::mul_c_8u_c1ir(p, step, z, factors);
+    }
+    if (im.pix_type == lum_fmt_16u) {
+        auto* p = static_cast<uint16_t*>(region);
+        return c3 ? prim::mul_c_16u_c3ir(p, step, z, factors) : prim::mul_c_16u_c1ir(p, step, z, factors);
+    }
+    return prim::mul_c_32f_c1ir(static_cast<float*>(region), step, z, factors);
+}
+
+int8_t constant_in_place(img* im, const void* value, const lum_rect* rect, in_place_op op) {
+    LUM_CHECK(require_initialised(im));
+    LUM_CHECK(check_rect(*im, rect));
+    const lum_rect r = *rect;
+    const uint16_t mask = valid_bits_mask(*im);
+    const int format = im->pix_type;
+    const bool integer = format == lum_fmt_8u || format == lum_fmt_16u;
+    if (!integer && !(op == in_place_op::multiply && format == lum_fmt_32f)) return bad_format;
+    if (im->channels != lum_gray && im->channels != lum_color) return bad_channels;
+    if (!integer && im->channels != lum_gray) return bad_channels;
+    if (!region_in_buffer(*im, r.x, r.y, r.width, r.height, im->step_bytes)) return beyond_image;
+    void* region = im->get_ptr_at_position({r.x, r.y});
+    const int status = op == in_place_op::add ? add_constant(*im, region, size_of(r), value)
+                                              : multiply_constant(*im, region, size_of(r), value);
+    LUM_CHECK(map_status(status));
+    return integer ? clamp_to_valid_bits(*im, mask) : int8_t(ok);
+}
+
+int8_t subtract_constant(img* src, img* dst, const void* value) {
+    LUM_CHECK(require_initialised(src, dst));
+    LUM_CHECK(require_same_layout(*src, *dst));
+    if (src->pix_type != lum_fmt_8u && src->pix_type != lum_fmt_16u) return bad_format;
+    if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
+    const int64_t row = int64_t(src->width) * bytes_per_pixel(*src);
+    if (!span_in_buffer(*src, row, src->height, src->step_bytes) ||
+        !span_in_buffer(*dst, row, dst->height, dst->step_bytes))
+        return beyond_image;
+    const bool c3 = src->channels == lum_color;
+    const prim::Size z = size_of(*src);
+    const int ss = step_of(*src), ds = step_of(*dst);
+    int status;
+    if (src->pix_type == lum_fmt_8u) {
+        uint8_t v = 0;
+        const bool have = read_value(value, v);
+        const uint8_t v3[3] = {v, v, v};
+        auto* s = static_cast<const uint8_t*>(src->frame_buf);
+        auto* d = static_cast<uint8_t*>(dst->frame_buf);
+        status = !have ? prim::st_null
+                 : c3  ? prim::sub_c_8u_c3rsfs(s, ss, d, ds, z, v3, 0)
+                       : prim::sub_c_8u_c1rsfs(s, ss, d, ds, z, v, 0);
+    } else {
+        uint16_t v = 0;
+        const bool have = read_value(value, v);
+        const uint16_t v3[3] = {v, v, v};
+        auto* s = static_cast<const uint16_t*>(src->frame_buf);
+        auto* d = static_cast<uint16_t*>(dst->frame_buf);
+        status = !have ? prim::st_null
+                 : c3  ? prim::sub_c_16u_c3rsfs(s, ss, d, ds, z, v3, 0)
+                       : prim::sub_c_16u_c1rsfs(s, ss, d, ds, z, v, 0);
+    }
+    return map_status(status);
+}
+
+}  // namespace
+
+}  // namespace lum
+
+using lum::with_images;
+
+extern "C" {
+
+LUM_API int8_t lum_addCI(int32_t image, const void* value) {
+    return with_images({image}, [&](img* im) {
+        const lum_rect r = lum::whole(*im);
+        return lum::constant_in_place(im, value, &r, lum::in_place_op::add);
+    });
+}
+LUM_API int8_t lum_addCI_rect(int32_t image, const void* value, const lum_rect* rect) {
+    return with_images({image}, [&](img* im) { return lum::constant_in_place(im, value, rect, lum::in_place_op::add); });
+}
+LUM_API int8_t lum_mulCI(int32_t image, const void* value) {
+    return with_images({image}, [&](img* im) {
+        const lum_rect r = lum::whole(*im);
+        return lum::constant_in_place(im, value, &r, lum::in_place_op::multiply);
+    });
+}
+LUM_API int8_t lum_mulCI_rect(int32_t image, const void* value, const lum_rect* rect) {
+    return with_images({image},
+                       [&](img* im) { return lum::constant_in_place(im, value, rect, lum::in_place_op::multiply); });
+}
+LUM_API int8_t lum_subC(int32_t source, int32_t destination, const void* value) {
+    return with_images({source, destination}, [&](img* s, img* d) { return lum::subtract_constant(s, d, value); });
+}
+
+}  // extern "C"

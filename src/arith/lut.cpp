@@ -1,0 +1,67 @@
+// Palette look-up into a second image: the table size follows the source's
+// valid bits; one-channel 8-bit sources may map to colour, three-channel
+// sources map channel by channel.
+#include "arith/clamp.hpp"
+#include "primitives/lut.hpp"
+
+namespace lum {
+
+namespace {
+
+int8_t look_up(img* src, img* dst, const void* table) {
+    LUM_CHECK(require_initialised(src, dst));
+    if (src->width <= 0 || src->height <= 0) return out_of_range;
+    if (src->width > dst->width || src->height > dst->height) return beyond_image;
+    if (!table) return out_of_range;
+    const int format = src->pix_type;
+    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
+    if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
+    const bool src_c3 = src->channels == lum_color;
+    // Channels the destination is written with: examined only where the
+    // mapping depends on it.
+    int out_channels = src_c3 ? 3 : 0;
+    if (!src_c3 && format == lum_fmt_8u) {
+        if (dst->channels != lum_gray && dst->channels != lum_color) return bad_channels;
+        out_channels = dst->channels;
+    } else if (int(dst->channels) != int(src->channels)) {
+        if (format == lum_fmt_16u) return bad_channels;
+    } else {
+        out_channels = src->channels;
+    }
+    const int sample = bytes_per_sample(format);
+    if (!span_in_buffer(*src, int64_t(src->width) * src->channels * sample, src->height, src->step_bytes) ||
+        !span_in_buffer(*dst, int64_t(src->width) * out_channels * sample, src->height, dst->step_bytes))
+        return beyond_image;
+
+    const int bits = static_cast<int>(src->valid_bits);
+    const prim::Size z = size_of(*src);
+    const int ss = step_of(*src), ds = step_of(*dst);
+    if (format == lum_fmt_8u) {
+        auto* s = static_cast<const uint8_t*>(src->frame_buf);
+        auto* d = static_cast<uint8_t*>(dst->frame_buf);
+        auto* t = static_cast<const uint8_t*>(table);
+        if (src_c3) {
+            // Three tables 256 entries apart, whatever the valid bits.
+            const uint8_t* tables[3] = {t, t + 256, t + 512};
+            return map_status(prim::lut_8u_c3r(s, ss, d, ds, z, tables, bits));
+        }
+        return map_status(out_channels == 3 ? prim::lut_8u_c1c3r(s, ss, d, ds, z, t, bits)
+                                            : prim::lut_8u_c1r(s, ss, d, ds, z, t, bits));
+    }
+    auto* s = static_cast<const uint16_t*>(src->frame_buf);
+    auto* d = static_cast<uint16_t*>(dst->frame_buf);
+    auto* t = static_cast<const uint16_t*>(table);
+    if (!src_c3) return map_status(prim::lut_16u_c1r(s, ss, d, ds, z, t, bits));
+    // 16-bit tables are 2^v entries apart, and the third channel reuses the second table.
+    const int64_t entries = int64_t(1) << (bits < 0 ? 0 : bits > 16 ? 16 : bits);
+    const uint16_t* tables[3] = {t, t + entries, t + entries};
+    return map_status(prim::lut_16u_c3r(s, ss, d, ds, z, tables, bits));
+}
+
+}  // namespace
+
+}  // namespace lum
+
+extern "C" LUM_API int8_t lum_lut(int32_t source, int32_t destination, const void* table) {
+    return lum::with_images({source, destination}, [&](img* s, img* d) { return lum::look_up(s, d, table); });
+}
