@@ -30,22 +30,89 @@ span overlap(int64_t a, int64_t a_len, int64_t b, int64_t b_len) {
     return {std::max(a, b), std::min(a + a_len, b + b_len)};
 }
 
-// The mask as a view onto the plane.
-struct view {
-    uint8_t* buf;
-    int64_t step;
-    int32_t width, height;
-    lum_point origin;
-    uint8_t* row(int64_t plane_y) const { return buf + (plane_y - origin.y) * step; }
+// The mask as a view onto the plane, written one row at a time, top to
+// bottom: a row is zeroed (its whole step, padding included) just before its
+// spans are set, and finish() zeroes the rows never visited. Every byte thus
+// leaves the cache once, and earlier content never survives. A borrowed
+// buffer whose step is shorter than a row is zeroed whole up front instead.
+class painter {
+public:
+    painter(img& mask, lum_point origin)
+        : buf_(static_cast<uint8_t*>(mask.frame_buf)), step_(mask.step_bytes), width(mask.width),
+          height(mask.height), origin(origin), upfront_(step_ < width) {
+        if (upfront_) mask.clear_data();
+    }
+    // The mask row showing plane row y; rows are asked for in increasing order.
+    uint8_t* row(int64_t plane_y) {
+        const int64_t r = plane_y - origin.y;
+        zero_rows_until(r + 1);
+        return buf_ + r * step_;
+    }
+    // Rows r0..r1-1 zeroed outside columns [lo, hi), which the caller fills.
+    uint8_t* block(int64_t plane_r0, int64_t plane_r1, int64_t lo, int64_t hi) {
+        const int64_t r0 = plane_r0 - origin.y, r1 = plane_r1 - origin.y;
+        zero_rows_until(r0);
+        if (!upfront_) {
+            for (int64_t r = r0; r < r1; ++r) {
+                std::memset(buf_ + r * step_, 0, static_cast<size_t>(lo));
+                std::memset(buf_ + r * step_ + hi, 0, static_cast<size_t>(step_ - hi));
+            }
+            next_ = r1;
+        }
+        return buf_ + r0 * step_ + lo;
+    }
+    void finish() { zero_rows_until(height); }
+    int64_t step() const { return step_; }
     lum_rect whole() const { return {origin.x, origin.y, width, height}; }
+
+private:
+    void zero_rows_until(int64_t end) {
+        if (upfront_) return;
+        for (; next_ < end; ++next_) std::memset(buf_ + next_ * step_, 0, static_cast<size_t>(step_));
+    }
+    uint8_t* buf_;
+    int64_t step_;
+
+public:
+    const int32_t width, height;
+    const lum_point origin;
+
+private:
+    bool upfront_;
+    int64_t next_ = 0;
 };
 
-int8_t draw_rectangle(const view& v, const lum_rect& bounds) {
+int8_t draw_rectangle(painter& v, const lum_rect& bounds) {
     const span cols = overlap(bounds.x, bounds.width, v.origin.x, v.width);
     const span rows = overlap(bounds.y, bounds.height, v.origin.y, v.height);
     if (cols.empty() || rows.empty()) return ok;
-    return map_status(prim::set_8u_c1(kInside, v.row(rows.lo) + (cols.lo - v.origin.x), static_cast<int>(v.step),
+    uint8_t* first = v.block(rows.lo, rows.hi, cols.lo - v.origin.x, cols.hi - v.origin.x);
+    return map_status(prim::set_8u_c1(kInside, first, static_cast<int>(v.step()),
                                       {static_cast<int32_t>(cols.hi - cols.lo), static_cast<int32_t>(rows.hi - rows.lo)}));
+}
+
+// Calls span(plane_row, lo, hi) for each row of the view that the ellipse
+// inscribed in `bounds` crosses, top to bottom, with view columns [lo, hi).
+template <class Span>
+void ellipse_spans(lum_point origin, int32_t width, int32_t height, const lum_rect& bounds, Span&& span_of_row) {
+    const span rows = overlap(bounds.y, bounds.height, origin.y, height);
+    const span cols = overlap(bounds.x, bounds.width, origin.x, width);
+    if (rows.empty() || cols.empty()) return;
+    const float rx = static_cast<float>(bounds.width) * 0.5f;
+    const float ry = static_cast<float>(bounds.height) * 0.5f;
+    const float cx = static_cast<float>(bounds.x) + rx;
+    const float cy = static_cast<float>(bounds.y) + ry;
+    for (int64_t r = rows.lo; r < rows.hi; ++r) {
+        const float d = (static_cast<float>(r) + 0.5f) - cy;
+        // A row beyond the half-axis has a negative radicand: NaN, and no span.
+        const float h = std::sqrt((1.0f - d * d / (ry * ry)) * (rx * rx));
+        if (std::isnan(h)) continue;
+        const int64_t left = static_cast<int64_t>(std::round(cx - h)) - origin.x;
+        const int64_t right = static_cast<int64_t>(std::round(cx + h)) - origin.x;
+        if (right < 0 || left > width) continue;
+        const int64_t lo = std::max<int64_t>(left, 0), hi = std::min<int64_t>(right, width);
+        if (hi > lo) span_of_row(r, lo, hi);
+    }
 }
 
 // Crossing of the edge from a to b with row y, or false when there is none.
@@ -67,7 +134,7 @@ bool edge_crossing(lum_point a, lum_point b, int64_t y, int64_t& x) {
     return true;
 }
 
-int8_t draw_polygon(const view& v, const lum_point* points, int32_t count) {
+int8_t draw_polygon(painter& v, const lum_point* points, int32_t count) {
     if (!points || count < 1) return empty_item;
     int64_t min_x = points[0].x, max_x = points[0].x, min_y = points[0].y, max_y = points[0].y;
     for (int32_t i = 1; i < count; ++i) {
@@ -102,17 +169,9 @@ int8_t draw_polygon(const view& v, const lum_point* points, int32_t count) {
     return ok;
 }
 
-// Common path of both generators; `points` and `count` as the caller's
-// generator passes them on.
-int8_t generate(img* mask, lum_point origin, uint32_t shape, const lum_point* points, int32_t count) {
-    LUM_CHECK(require_initialised(mask));
-    if (mask->channels != lum_gray || mask->pix_type != lum_fmt_8u) return bad_format;
-    if (mask->width > 0 && mask->height > 0 &&
-        !region_in_buffer(*mask, 0, 0, mask->width, mask->height, mask->step_bytes))
-        return beyond_image;
-    mask->clear_data();
-
-    const view v{static_cast<uint8_t*>(mask->frame_buf), mask->step_bytes, mask->width, mask->height, origin};
+// Dispatch on the shape; `points` and `count` as the caller's generator
+// passes them on.
+int8_t draw(painter& v, uint32_t shape, const lum_point* points, int32_t count) {
     // Two points stand for the bounding rectangle of a rectangle or ellipse;
     // otherwise the shape spans the whole view.
     lum_rect bounds = v.whole();
@@ -129,10 +188,29 @@ int8_t generate(img* mask, lum_point origin, uint32_t shape, const lum_point* po
     }
     switch (shape) {
         case shape_rectangle: LUM_CHECK(read_bounds()); return draw_rectangle(v, bounds);
-        case shape_ellipse: LUM_CHECK(read_bounds()); return draw_ellipse(v.buf, v.step, v.width, v.height, origin, bounds);
+        case shape_ellipse:
+            LUM_CHECK(read_bounds());
+            ellipse_spans(v.origin, v.width, v.height, bounds, [&](int64_t r, int64_t lo, int64_t hi) {
+                std::memset(v.row(r) + lo, kInside, static_cast<size_t>(hi - lo));
+            });
+            return ok;
         case shape_polygon: return draw_polygon(v, points, count);
         default: return out_of_range;
     }
+}
+
+// Common path of both generators; `points` and `count` as the caller's
+// generator passes them on.
+int8_t generate(img* mask, lum_point origin, uint32_t shape, const lum_point* points, int32_t count) {
+    LUM_CHECK(require_initialised(mask));
+    if (mask->channels != lum_gray || mask->pix_type != lum_fmt_8u) return bad_format;
+    if (mask->width > 0 && mask->height > 0 &&
+        !region_in_buffer(*mask, 0, 0, mask->width, mask->height, mask->step_bytes))
+        return beyond_image;
+    painter v(*mask, origin);
+    const int8_t status = draw(v, shape, points, count);
+    v.finish();
+    return status;
 }
 
 enum class statistic { mean, mean_stddev, min_max };
@@ -189,24 +267,9 @@ int8_t masked_statistic(statistic what, img* image, int32_t x, int32_t y, img* m
 
 int8_t draw_ellipse(uint8_t* buf, int64_t step, int32_t width, int32_t height, lum_point origin,
                     const lum_rect& bounds) {
-    const span rows = overlap(bounds.y, bounds.height, origin.y, height);
-    const span cols = overlap(bounds.x, bounds.width, origin.x, width);
-    if (rows.empty() || cols.empty()) return ok;
-    const float rx = static_cast<float>(bounds.width) * 0.5f;
-    const float ry = static_cast<float>(bounds.height) * 0.5f;
-    const float cx = static_cast<float>(bounds.x) + rx;
-    const float cy = static_cast<float>(bounds.y) + ry;
-    for (int64_t r = rows.lo; r < rows.hi; ++r) {
-        const float d = (static_cast<float>(r) + 0.5f) - cy;
-        // A row beyond the half-axis has a negative radicand: NaN, and no span.
-        const float h = std::sqrt((1.0f - d * d / (ry * ry)) * (rx * rx));
-        if (std::isnan(h)) continue;
-        const int64_t left = static_cast<int64_t>(std::round(cx - h)) - origin.x;
-        const int64_t right = static_cast<int64_t>(std::round(cx + h)) - origin.x;
-        if (right < 0 || left > width) continue;
-        const int64_t lo = std::max<int64_t>(left, 0), hi = std::min<int64_t>(right, width);
-        if (hi > lo) std::memset(buf + (r - origin.y) * step + lo, kInside, static_cast<size_t>(hi - lo));
-    }
+    ellipse_spans(origin, width, height, bounds, [&](int64_t r, int64_t lo, int64_t hi) {
+        std::memset(buf + (r - origin.y) * step + lo, kInside, static_cast<size_t>(hi - lo));
+    });
     return ok;
 }
 

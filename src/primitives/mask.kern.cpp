@@ -25,9 +25,9 @@ void add_row(const T* __restrict s, const uint8_t* __restrict m, int n, Moments&
         const int end = n - start < kChunk ? n : start + kChunk;
         uint32_t count = 0, sum = 0;
         for (int x = start; x < end; ++x) {
-            const uint32_t v = m[x] ? s[x] : 0u;
-            count += m[x] != 0;
-            sum += v;
+            const uint32_t in = m[x] != 0;
+            count += in;
+            sum += s[x] & (0u - in);
         }
         acc.count += count;
         acc.sum += sum;
@@ -40,8 +40,9 @@ void add_row_squares(const uint8_t* __restrict s, const uint8_t* __restrict m, i
         const int end = n - start < kChunk ? n : start + kChunk;
         uint32_t count = 0, sum = 0, squares = 0;
         for (int x = start; x < end; ++x) {
-            const uint32_t v = m[x] ? s[x] : 0u;
-            count += m[x] != 0;
+            const uint32_t in = m[x] != 0;
+            const uint32_t v = s[x] & (0u - in);
+            count += in;
             sum += v;
             squares += v * v;
         }
@@ -57,8 +58,9 @@ void add_row_squares(const uint16_t* __restrict s, const uint8_t* __restrict m, 
         uint32_t count = 0, sum = 0;
         uint64_t squares = 0;
         for (int x = start; x < end; ++x) {
-            const uint32_t v = m[x] ? s[x] : 0u;
-            count += m[x] != 0;
+            const uint32_t in = m[x] != 0;
+            const uint32_t v = s[x] & (0u - in);
+            count += in;
             sum += v;
             squares += static_cast<uint64_t>(v) * v;
         }
@@ -115,10 +117,10 @@ int masked_min_max(const T* src, int src_step, const uint8_t* mask, int mask_ste
         const uint8_t* __restrict m = row_at(mask, mask_step, y);
         T row_lo = top, row_hi = 0;
         for (int x = 0; x < size.width; ++x) {
-            const T v = s[x];
-            const bool in = m[x] != 0;
-            const T for_lo = in ? v : top;
-            const T for_hi = in ? v : T{0};
+            // All ones where the mask selects, else 0, in the sample's width.
+            const T in = static_cast<T>(T{0} - static_cast<T>(m[x] != 0));
+            const T for_lo = static_cast<T>(s[x] | static_cast<T>(~in));
+            const T for_hi = static_cast<T>(s[x] & in);
             row_lo = for_lo < row_lo ? for_lo : row_lo;
             row_hi = for_hi > row_hi ? for_hi : row_hi;
         }

@@ -41,6 +41,14 @@ inline T pick(T a, T b) {
     else return b < a ? b : a;
 }
 
+// m combined with p[I][x] .. p[N - 1][x], unrolled at compile time so the
+// loop over x stays a single vectorizable loop.
+template <bool Max, int I, int N, class T, class P>
+inline T fold(T m, const P& p, int64_t x) {
+    if constexpr (I < N) return fold<Max, I + 1, N>(pick<Max>(m, p[I][x]), p, x);
+    else return m;
+}
+
 template <bool Max, class T>
 void combine(const T* __restrict a, const T* __restrict b, T* __restrict d, int64_t n) {
     for (int64_t i = 0; i < n; ++i) d[i] = pick<Max>(a[i], b[i]);
@@ -134,9 +142,7 @@ void window_direct(const T* s, T* __restrict out, int64_t n, int c, int pixels, 
     const T* p[W];
     for (int i = 0; i < W; ++i) p[i] = s + int64_t{i - ax} * c;
     for (int64_t x = lo; x < hi; ++x) {
-        T m = p[0][x];
-        for (int i = 1; i < W; ++i) m = pick<Max>(m, p[i][x]);
-        out[x] = m;
+        out[x] = fold<Max, 1, W>(p[0][x], p, x);
     }
     auto edge = [&](int64_t x) {
         T m = edge_sample(s, x, c, pixels, -ax);
@@ -148,25 +154,34 @@ void window_direct(const T* s, T* __restrict out, int64_t n, int c, int pixels, 
     for (int64_t x = hi > left_end ? hi : left_end; x < n; ++x) edge(x);
 }
 
-// Rows combined sample by sample, for a few rows: one pass of H loads.
+// Rows combined sample by sample, for a few rows: one pass of H loads,
+// folded into out unless first.
 template <bool Max, int H, class T>
-void rows_direct(const T* const* rows, T* __restrict out, int64_t n) {
+void rows_direct(const T* const* rows, T* __restrict out, int64_t n, bool first) {
     const T* __restrict r[H];
     for (int j = 0; j < H; ++j) r[j] = rows[j];
-    for (int64_t x = 0; x < n; ++x) {
-        T m = r[0][x];
-        for (int j = 1; j < H; ++j) m = pick<Max>(m, r[j][x]);
-        out[x] = m;
+    if (first) {
+        for (int64_t x = 0; x < n; ++x) {
+            out[x] = fold<Max, 1, H>(r[0][x], r, x);
+        }
+    } else {
+        for (int64_t x = 0; x < n; ++x) {
+            out[x] = fold<Max, 0, H>(out[x], r, x);
+        }
     }
 }
 
+// Up to eight rows, four per pass.
 template <bool Max, class T>
 void rows_combined(const T* const* rows, int h, T* out, int64_t n) {
-    switch (h) {
-        case 1: rows_direct<Max, 1>(rows, out, n); break;
-        case 2: rows_direct<Max, 2>(rows, out, n); break;
-        case 3: rows_direct<Max, 3>(rows, out, n); break;
-        default: rows_direct<Max, 4>(rows, out, n); break;
+    bool first = true;
+    for (; h > 0; rows += 4, h -= 4, first = false) {
+        switch (h) {
+            case 1: rows_direct<Max, 1>(rows, out, n, first); break;
+            case 2: rows_direct<Max, 2>(rows, out, n, first); break;
+            case 3: rows_direct<Max, 3>(rows, out, n, first); break;
+            default: rows_direct<Max, 4>(rows, out, n, first); break;
+        }
     }
 }
 
@@ -179,6 +194,10 @@ void horizontal_window(const T* s, T* out, T* pad, T* alt, const Plane& pl, cons
         case 2: window_direct<Max, 2>(s, out, n, pl.c, pl.width, el.ax); return;
         case 3: window_direct<Max, 3>(s, out, n, pl.c, pl.width, el.ax); return;
         case 4: window_direct<Max, 4>(s, out, n, pl.c, pl.width, el.ax); return;
+        case 5: window_direct<Max, 5>(s, out, n, pl.c, pl.width, el.ax); return;
+        case 6: window_direct<Max, 6>(s, out, n, pl.c, pl.width, el.ax); return;
+        case 7: window_direct<Max, 7>(s, out, n, pl.c, pl.width, el.ax); return;
+        case 8: window_direct<Max, 8>(s, out, n, pl.c, pl.width, el.ax); return;
         default: break;
     }
     const int64_t np = (int64_t{pl.width} + el.w - 1) * pl.c;
@@ -200,13 +219,13 @@ void horizontal_window(const T* s, T* out, T* pad, T* alt, const Plane& pl, cons
 }
 
 // Separable: the window along each row, then down the columns, streaming
-// rows through rings. Up to four rows are combined directly; taller
+// rows through rings. Up to eight rows are combined directly; taller
 // rectangles double their row windows level by level.
 template <bool Max, class T>
 void rectangle_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el,
                     T* scratch) {
     const int64_t n = pl.n, np = (int64_t{pl.width} + el.w - 1) * pl.c;
-    const bool direct = el.h <= 4;
+    const bool direct = el.h <= 8;
     const int kv = direct ? 0 : floor_log2(el.h);
     const int64_t q = int64_t{1} << kv;
     const int64_t ring = ceil_pow2(el.h), wrap = ring - 1;
@@ -227,11 +246,28 @@ void rectangle_pass(const T* src, int src_step, T* dst, int dst_step, const Plan
         const int64_t y = u - el.h + 1;
         T* d = row_at(dst, dst_step, static_cast<int>(y));
         if (direct) {
-            const T* rows[4];
+            const T* rows[8];
             for (int j = 0; j < el.h; ++j) rows[j] = level_row(0, y + j);
             rows_combined<Max>(rows, el.h, d, n);
         } else {
             combine<Max>(level_row(kv, y), level_row(kv, y + el.h - q), d, n);
+        }
+    }
+}
+
+// d = op(d, windows of K runs), or without d when first; each run is the
+// pair of power-of-two windows that covers it.
+template <bool Max, int K, class T>
+void runs_group(T* __restrict d, const T* const* p, int64_t n, bool first) {
+    const T* __restrict q[2 * K];
+    for (int i = 0; i < 2 * K; ++i) q[i] = p[i];
+    if (first) {
+        for (int64_t x = 0; x < n; ++x) {
+            d[x] = fold<Max, 1, 2 * K>(q[0][x], q, x);
+        }
+    } else {
+        for (int64_t x = 0; x < n; ++x) {
+            d[x] = fold<Max, 0, 2 * K>(d[x], q, x);
         }
     }
 }
@@ -256,21 +292,33 @@ void runs_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl
         if (u < el.h - 1) continue;
         const int64_t y = u - el.h + 1;
         T* d = row_at(dst, dst_step, static_cast<int>(y));
+        // Runs are taken four at a time, so the output row is stored once per
+        // four runs instead of once per run.
+        const T* group[8];
+        int count = 0;
         bool first = true;
         for (int j = 0; j < el.h; ++j) {
             for (int r = el.row_start[j]; r < el.row_start[j + 1]; ++r) {
                 const int l = el.runs[2 * r], length = el.runs[2 * r + 1];
                 const int k = floor_log2(length);
                 const T* base = level_row(k, y + j);
-                const T* a = base + int64_t{l} * pl.c;
-                const T* b = base + (int64_t{l} + length - (int64_t{1} << k)) * pl.c;
-                if (first) combine<Max>(a, b, d, n);
-                else combine_into<Max>(d, a, b, n);
-                first = false;
+                group[2 * count] = base + int64_t{l} * pl.c;
+                group[2 * count + 1] = base + (int64_t{l} + length - (int64_t{1} << k)) * pl.c;
+                if (++count == 4) {
+                    runs_group<Max, 4>(d, group, n, first);
+                    first = false;
+                    count = 0;
+                }
             }
         }
-        if (first)
-            for (int64_t x = 0; x < n; ++x) d[x] = Max ? bottom_value<T>() : top_value<T>();
+        switch (count) {
+            case 1: runs_group<Max, 1>(d, group, n, first); break;
+            case 2: runs_group<Max, 2>(d, group, n, first); break;
+            case 3: runs_group<Max, 3>(d, group, n, first); break;
+            default:
+                if (first)
+                    for (int64_t x = 0; x < n; ++x) d[x] = Max ? bottom_value<T>() : top_value<T>();
+        }
     }
 }
 

@@ -87,6 +87,29 @@ TEST(GenerateMask, PartClipsTheRectangleToTheView) {
     EXPECT_EQ(m.bytes(), std::vector<uint8_t>(m.bytes().size(), 0));
 }
 
+// Every byte of the buffer outside the shape is zero afterwards, row padding
+// included, whatever it held before and whichever rows the shape touches.
+TEST(GenerateMask, NothingOfTheEarlierContentSurvives) {
+    const lum_point tri[3] = {{5, 3}, {30, 8}, {12, 20}};
+    const lum_rect part{4, 6, 9, 5};
+    for (uint32_t shape : {0u, 1u, 2u}) {
+        Image m(37, 25, lum_fmt_8u, lum_gray);
+        garbage(m);
+        const lum_point* pts = shape == 2 ? tri : reinterpret_cast<const lum_point*>(&part);
+        ASSERT_EQ(lum_generate_mask_part(m, {0, 0}, shape, pts, shape == 2 ? 3 : 2), 0);
+        const lum_info i = m.info();
+        const auto b = m.bytes();
+        int inside = 0;
+        for (int y = 0; y < 25; ++y)
+            for (uint32_t x = 0; x < i.step_bytes; ++x) {
+                const uint8_t v = b[size_t(y) * i.step_bytes + x];
+                ASSERT_TRUE(v == 0 || (v == 255 && x < 37)) << shape << " at " << x << "," << y;
+                inside += v == 255;
+            }
+        EXPECT_GT(inside, 10) << shape;
+    }
+}
+
 TEST(GenerateMask, UnknownShapeIsRefusedAfterClearing) {
     Image m(10, 10, lum_fmt_8u, lum_gray);
     garbage(m);
