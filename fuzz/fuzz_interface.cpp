@@ -332,6 +332,25 @@ const std::vector<Call>& calls() {
             lum_rotate(a, b, angle, dx, dy, in.in(-1, 3));
         },
 
+        // Line profiles
+        [](World& w, Input& in) {
+            const int32_t h = w.handle(in);
+            // Ends within +-1000: the samples array then holds every honest profile.
+            auto clamp = [](int32_t v) { return v < -1000 ? -1000 : v > 1000 ? 1000 : v; };
+            lum_point a = in.point(), b = in.point();
+            a = {clamp(a.x), clamp(a.y)};
+            b = {clamp(b.x), clamp(b.y)};
+            const uint32_t thickness = static_cast<uint32_t>(in.in(0, 9));
+            uint32_t count = 0;
+            // A profile has at most about the image diagonal of samples; the scratch holds far more.
+            void* samples = w.maybe_null(in);
+            if (in.chance(50)) {
+                lum_get_fast_profile(h, a, b, thickness, samples, in.chance(5) ? nullptr : &count);
+            } else {
+                lum_get_profile(h, a, b, thickness, samples, in.chance(5) ? nullptr : &count);
+            }
+        },
+
         // Contours
         [](World& w, Input& in) {
             const int32_t h = w.handle(in);
