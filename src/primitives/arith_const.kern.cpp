@@ -1,6 +1,8 @@
 // Kernels of a region and constants. Three-channel constants are laid out as
 // a repeating row pattern so that the inner loop is the same plain sample loop
 // as for one channel.
+#include <cmath>
+
 #include "primitives/arith_const.hpp"
 #include "primitives/kernel.hpp"
 
@@ -98,15 +100,27 @@ int sub_c(const T* src, int src_step, T* dst, int dst_step, Size z, int ch, cons
 // Integer product rounded by adding and removing 1.5 × 2^52 after clamping
 // to the type's range.
 template <class T>
+inline T rounded_product(T v, double c) {
+    double p = double(v) * c;
+    p = p > 0.0 ? p : 0.0;
+    p = p < double(max_value<T>()) ? p : double(max_value<T>());
+    p = (p + 6755399441055744.0) - 6755399441055744.0;
+    return static_cast<T>(static_cast<int>(p));
+}
+
+template <class T>
+int mul_c1(T* p, int step, Size z, double c) {
+    for (int y = 0; y < z.height; ++y) {
+        T* __restrict o = row_at(p, step, y);
+        for (int x = 0; x < z.width; ++x) o[x] = rounded_product(o[x], c);
+    }
+    return st_ok;
+}
+
+template <class T>
 int mul_c(T* p, int step, Size z, int ch, const Pattern<double>& pat) {
     over_rows(p, step, z, ch, pat, [](T* __restrict o, const double* __restrict c, int n) {
-        for (int x = 0; x < n; ++x) {
-            double v = double(o[x]) * c[x];
-            v = v > 0.0 ? v : 0.0;
-            v = v < double(max_value<T>()) ? v : double(max_value<T>());
-            v = (v + 6755399441055744.0) - 6755399441055744.0;
-            o[x] = static_cast<T>(static_cast<int>(v));
-        }
+        for (int x = 0; x < n; ++x) o[x] = rounded_product(o[x], c[x]);
     });
     return st_ok;
 }
@@ -157,17 +171,101 @@ int sub_c_16u_c3rsfs(const uint16_t* src, int ss, uint16_t* dst, int ds, Size z,
     return sub_c(src, ss, dst, ds, z, 3, Pattern<uint16_t>(v), s);
 }
 
+namespace {
+template <class T>
+int rsub_c(const T* src, int src_step, T* dst, int dst_step, Size z, T value) {
+    if (!src || !dst) return st_null;
+    if (empty_region(z)) return st_size;
+    for (int y = 0; y < z.height; ++y) {
+        const T* __restrict s = row_at(src, src_step, y);
+        T* __restrict d = row_at(dst, dst_step, y);
+        for (int x = 0; x < z.width; ++x) d[x] = static_cast<T>((value > s[x] ? value : s[x]) - s[x]);
+    }
+    return st_ok;
+}
+}  // namespace
+
+int rsub_c_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t v) { return rsub_c(s, ss, d, ds, z, v); }
+int rsub_c_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint16_t v) {
+    return rsub_c(s, ss, d, ds, z, v);
+}
+
+// 8-bit samples have 256 values per channel, so a product can be checked
+// for every sample value beforehand. The pixel loop runs in single precision
+// (twice the lanes of double) with a float factor that reproduces the
+// double-precision result for all 256 values: float(c) or one of its nearest
+// neighbours, which settle the near-halves the other way. When none does, the
+// double results are looked up from a table.
+namespace {
+
+// For |c| below 2^14 the product stays below 2^22, where adding and removing
+// 1.5 × 2^23 rounds exactly; the range is then enforced on integers.
+inline uint8_t float_product(uint8_t v, float c) {
+    const float p = (float(v) * c + 12582912.0f) - 12582912.0f;
+    const int r = static_cast<int>(p);
+    return static_cast<uint8_t>(r < 0 ? 0 : r > 255 ? 255 : r);
+}
+
+// A float factor giving the double-precision results for every byte, if any.
+bool float_factor(double c, float& out) {
+    if (!(std::fabs(c) < 16383.0)) return false;
+    const float base = static_cast<float>(c);
+    const float candidates[5] = {base, nextafterf(base, -HUGE_VALF), nextafterf(base, HUGE_VALF),
+                                 nextafterf(nextafterf(base, -HUGE_VALF), -HUGE_VALF),
+                                 nextafterf(nextafterf(base, HUGE_VALF), HUGE_VALF)};
+    for (const float f : candidates) {
+        bool same = true;
+        for (int i = 0; i < 256 && same; ++i) same = float_product(uint8_t(i), f) == rounded_product(uint8_t(i), c);
+        if (same) {
+            out = f;
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 int mul_c_8u_c1ir(uint8_t* p, int step, Size z, const double* v) {
     if (const int e = checked(p, v, z)) return e;
-    return mul_c(p, step, z, 1, Pattern<double>(v[0]));
+    float f;
+    if (float_factor(v[0], f)) {
+        for (int y = 0; y < z.height; ++y) {
+            uint8_t* __restrict o = row_at(p, step, y);
+            for (int x = 0; x < z.width; ++x) o[x] = float_product(o[x], f);
+        }
+        return st_ok;
+    }
+    int32_t table[256];
+    for (int i = 0; i < 256; ++i) table[i] = rounded_product(uint8_t(i), v[0]);
+    for (int y = 0; y < z.height; ++y) {
+        uint8_t* __restrict o = row_at(p, step, y);
+        for (int x = 0; x < z.width; ++x) o[x] = static_cast<uint8_t>(table[o[x]]);
+    }
+    return st_ok;
 }
 int mul_c_8u_c3ir(uint8_t* p, int step, Size z, const double* v) {
     if (const int e = checked(p, v, z)) return e;
-    return mul_c(p, step, z, 3, Pattern<double>(v));
+    float f[3];
+    if (float_factor(v[0], f[0]) && float_factor(v[1], f[1]) && float_factor(v[2], f[2])) {
+        over_rows(p, step, z, 3, Pattern<float>(f), [](uint8_t* __restrict o, const float* __restrict c, int n) {
+            for (int x = 0; x < n; ++x) o[x] = float_product(o[x], c[x]);
+        });
+        return st_ok;
+    }
+    int32_t table[3 * 256];
+    for (int c = 0; c < 3; ++c)
+        for (int i = 0; i < 256; ++i) table[256 * c + i] = rounded_product(uint8_t(i), v[c]);
+    int32_t channel_base[3] = {0, 256, 512};
+    over_rows(p, step, z, 3, Pattern<int32_t>(channel_base),
+              [&table](uint8_t* __restrict o, const int32_t* __restrict b, int n) {
+                  for (int x = 0; x < n; ++x) o[x] = static_cast<uint8_t>(table[o[x] + b[x]]);
+              });
+    return st_ok;
 }
 int mul_c_16u_c1ir(uint16_t* p, int step, Size z, const double* v) {
     if (const int e = checked(p, v, z)) return e;
-    return mul_c(p, step, z, 1, Pattern<double>(v[0]));
+    return mul_c1(p, step, z, v[0]);
 }
 int mul_c_16u_c3ir(uint16_t* p, int step, Size z, const double* v) {
     if (const int e = checked(p, v, z)) return e;
