@@ -246,6 +246,11 @@ TEST(ArithKernels, ShiftsMatchTheReferenceForEveryCount) {
         auto ri = [c](auto, auto o, int) { return static_cast<decltype(o)>(c >= 32 ? 0 : (uint64_t(o) >> c)); };
         in_place<uint16_t, uint16_t>("lshift 16u in place", 1,
                                      [c](const uint16_t*, int, uint16_t* p, int s, Size z) { return lshift_16u_c1ir(c, p, s, z); }, li);
+        in_place<uint8_t, uint8_t>("rshift 8u", 1, [c](const uint8_t* a, int sa, uint8_t* d, int sd, Size z) {
+            return rshift_8u_c1r(a, sa, d, sd, z, c);
+        }, r);
+        in_place<uint8_t, uint8_t>("lshift 8u in place", 1,
+                                   [c](const uint8_t*, int, uint8_t* p, int s, Size z) { return lshift_8u_c1ir(c, p, s, z); }, li);
         in_place<uint8_t, uint8_t>("rshift 8u in place", 1,
                                    [c](const uint8_t*, int, uint8_t* p, int s, Size z) { return rshift_8u_c1ir(c, p, s, z); }, ri);
     }
