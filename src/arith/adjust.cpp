@@ -42,8 +42,12 @@ int8_t adjust(img* src, img* dst, lum_size size, const double* low, const double
     const auto* s = static_cast<const uint8_t*>(src->frame_buf);
     auto* d = static_cast<uint8_t*>(dst->frame_buf);
     const int ss = step_of(*src), ds = step_of(*dst);
-    // Both steps run strip by strip, each strip still in cache for the second.
-    const int strip = size.width * channels >= 32768 ? 1 : 32768 / (size.width * channels);
+    // Both steps run strip by strip, each strip (about 256 KiB) still in cache
+    // for the second; strips stay large because each multiplication first
+    // prepares its constants.
+    constexpr int kStripBytes = 256 * 1024;
+    const int row = size.width * channels;
+    const int strip = row >= kStripBytes ? 1 : kStripBytes / row;
     for (int y = 0; y < size.height; y += strip) {
         const prim::Size part{size.width, size.height - y < strip ? size.height - y : strip};
         const uint8_t* s_part = s + int64_t(y) * ss;

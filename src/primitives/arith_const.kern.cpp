@@ -192,11 +192,15 @@ int rsub_c_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint1
 
 // 8-bit samples have 256 values per channel, so a product can be checked
 // for every sample value beforehand. The pixel loop runs in single precision
-// (twice the lanes of double) with a float factor that reproduces the
-// double-precision result for all 256 values: float(c) or one of its nearest
-// neighbours, which settle the near-halves the other way. When none does, the
-// double results are looked up from a table.
+// (twice the lanes of double) with float(c) or one of its nearest neighbours,
+// whichever reproduces the double-precision result for the most byte values;
+// the few values it misses (products within a rounding error of a half) are
+// patched with their double-precision results by compare-and-select. When
+// more than kPatches values would need it, the double results come from a
+// table instead.
 namespace {
+
+constexpr int kPatches = 4;
 
 // For |c| below 2^14 the product stays below 2^22, where adding and removing
 // 1.5 × 2^23 rounds exactly; the range is then enforced on integers.
@@ -206,33 +210,66 @@ inline uint8_t float_product(uint8_t v, float c) {
     return static_cast<uint8_t>(r < 0 ? 0 : r > 255 ? 255 : r);
 }
 
-// A float factor giving the double-precision results for every byte, if any.
-bool float_factor(double c, float& out) {
+struct FloatPlan {
+    float factor;
+    uint8_t value[kPatches];   // byte values whose float result is patched
+    uint8_t result[kPatches];  // their double-precision results
+};
+
+bool plan_product(double c, FloatPlan& plan) {
     if (!(std::fabs(c) < 16383.0)) return false;
     const float base = static_cast<float>(c);
-    const float candidates[5] = {base, nextafterf(base, -HUGE_VALF), nextafterf(base, HUGE_VALF),
-                                 nextafterf(nextafterf(base, -HUGE_VALF), -HUGE_VALF),
-                                 nextafterf(nextafterf(base, HUGE_VALF), HUGE_VALF)};
+    const float down = nextafterf(base, -HUGE_VALF), up = nextafterf(base, HUGE_VALF);
+    const float candidates[5] = {base, down, up, nextafterf(down, -HUGE_VALF), nextafterf(up, HUGE_VALF)};
+    int best = kPatches + 1;
     for (const float f : candidates) {
-        bool same = true;
-        for (int i = 0; i < 256 && same; ++i) same = float_product(uint8_t(i), f) == rounded_product(uint8_t(i), c);
-        if (same) {
-            out = f;
-            return true;
+        FloatPlan trial{f, {}, {}};
+        int misses = 0;
+        for (int i = 0; i < 256 && misses <= kPatches; ++i) {
+            const uint8_t exact = rounded_product(uint8_t(i), c);
+            if (float_product(uint8_t(i), f) != exact) {
+                if (misses < kPatches) {
+                    trial.value[misses] = uint8_t(i);
+                    trial.result[misses] = exact;
+                }
+                ++misses;
+            }
+        }
+        if (misses < best) {
+            best = misses;
+            plan = trial;
+            if (misses == 0) break;
         }
     }
-    return false;
+    if (best > kPatches) return false;
+    // Unused slots repeat a harmless pair: the first patch, or 0 and its own result.
+    const uint8_t v0 = best > 0 ? plan.value[0] : 0, r0 = best > 0 ? plan.result[0] : float_product(0, plan.factor);
+    for (int k = best; k < kPatches; ++k) {
+        plan.value[k] = v0;
+        plan.result[k] = r0;
+    }
+    return true;
+}
+
+template <class V, class R, class F>
+inline uint8_t planned_product(uint8_t v, F f, const V& values, const R& results) {
+    uint8_t r = float_product(v, f);
+    for (int k = 0; k < kPatches; ++k) r = v == values[k] ? results[k] : r;
+    return r;
 }
 
 }  // namespace
 
 int mul_c_8u_c1ir(uint8_t* p, int step, Size z, const double* v) {
     if (const int e = checked(p, v, z)) return e;
-    float f;
-    if (float_factor(v[0], f)) {
+    FloatPlan plan;
+    if (plan_product(v[0], plan)) {
+        const float f = plan.factor;
+        const uint8_t values[kPatches] = {plan.value[0], plan.value[1], plan.value[2], plan.value[3]};
+        const uint8_t results[kPatches] = {plan.result[0], plan.result[1], plan.result[2], plan.result[3]};
         for (int y = 0; y < z.height; ++y) {
             uint8_t* __restrict o = row_at(p, step, y);
-            for (int x = 0; x < z.width; ++x) o[x] = float_product(o[x], f);
+            for (int x = 0; x < z.width; ++x) o[x] = planned_product(o[x], f, values, results);
         }
         return st_ok;
     }
@@ -244,13 +281,36 @@ int mul_c_8u_c1ir(uint8_t* p, int step, Size z, const double* v) {
     }
     return st_ok;
 }
+
 int mul_c_8u_c3ir(uint8_t* p, int step, Size z, const double* v) {
     if (const int e = checked(p, v, z)) return e;
-    float f[3];
-    if (float_factor(v[0], f[0]) && float_factor(v[1], f[1]) && float_factor(v[2], f[2])) {
-        over_rows(p, step, z, 3, Pattern<float>(f), [](uint8_t* __restrict o, const float* __restrict c, int n) {
-            for (int x = 0; x < n; ++x) o[x] = float_product(o[x], c[x]);
-        });
+    FloatPlan plan[3];
+    if (plan_product(v[0], plan[0]) && plan_product(v[1], plan[1]) && plan_product(v[2], plan[2])) {
+        const float f3[3] = {plan[0].factor, plan[1].factor, plan[2].factor};
+        const Pattern<float> factor(f3);
+        struct Patches {
+            uint8_t values[kPatches][kBlock], results[kPatches][kBlock];
+        } patches;
+        for (int k = 0; k < kPatches; ++k)
+            for (int i = 0; i < kBlock; ++i) {
+                patches.values[k][i] = plan[i % 3].value[k];
+                patches.results[k][i] = plan[i % 3].result[k];
+            }
+        const int n = z.width * 3;
+        for (int y = 0; y < z.height; ++y) {
+            uint8_t* row = row_at(p, step, y);
+            for (int x0 = 0; x0 < n; x0 += kBlock) {
+                const int m = n - x0 < kBlock ? n - x0 : kBlock;
+                uint8_t* __restrict o = row + x0;
+                const float* __restrict f = factor.v;
+                for (int x = 0; x < m; ++x) {
+                    const uint8_t in = o[x];
+                    uint8_t r = float_product(in, f[x]);
+                    for (int k = 0; k < kPatches; ++k) r = in == patches.values[k][x] ? patches.results[k][x] : r;
+                    o[x] = r;
+                }
+            }
+        }
         return st_ok;
     }
     int32_t table[3 * 256];
@@ -263,6 +323,7 @@ int mul_c_8u_c3ir(uint8_t* p, int step, Size z, const double* v) {
               });
     return st_ok;
 }
+
 int mul_c_16u_c1ir(uint16_t* p, int step, Size z, const double* v) {
     if (const int e = checked(p, v, z)) return e;
     return mul_c1(p, step, z, v[0]);
