@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
 #include "bench.hpp"
+#include "primitives/primitive.hpp"
 
 namespace lum::bench {
 
@@ -20,17 +22,29 @@ std::vector<Entry>& cases() {
     return all;
 }
 
-double median_ms(const std::function<void()>& fn, int runs) {
-    fn();  // warm caches and the dispatch
-    std::vector<double> t;
-    for (int i = 0; i < runs; ++i) {
-        const auto a = std::chrono::steady_clock::now();
-        fn();
-        const auto b = std::chrono::steady_clock::now();
-        t.push_back(std::chrono::duration<double, std::milli>(b - a).count());
-    }
+double time_ms(const std::function<void()>& fn) {
+    const auto a = std::chrono::steady_clock::now();
+    fn();
+    const auto b = std::chrono::steady_clock::now();
+    return std::chrono::duration<double, std::milli>(b - a).count();
+}
+
+double median(std::vector<double> t) {
     std::sort(t.begin(), t.end());
     return t[t.size() / 2];
+}
+
+// Runs of the two bodies alternate, so that neither gets the warmer caches
+// or the quieter moments of the machine.
+std::pair<double, double> median_ms(const Timed& t, int runs) {
+    t.lum();
+    if (t.reference) t.reference();
+    std::vector<double> ours, ref;
+    for (int i = 0; i < runs; ++i) {
+        ours.push_back(time_ms(t.lum));
+        if (t.reference) ref.push_back(time_ms(t.reference));
+    }
+    return {median(ours), t.reference ? median(ref) : 0.0};
 }
 }  // namespace
 
@@ -80,6 +94,12 @@ int main(int argc, char** argv) {
     using namespace lum::bench;
     const std::string filter = argc > 1 ? argv[1] : "";
     const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 15;
+    // LUM_DISPATCH_INDEX=0..5 times a lower processor variant than the detected one.
+    if (const char* forced = std::getenv("LUM_DISPATCH_INDEX")) {
+        const int index = std::atoi(forced);
+        if (index >= 0 && index <= lum::prim::detect_dispatch_index()) lum::prim::force_dispatch_index(index);
+    }
+    std::printf("processor variant: dispatch index %d\n", lum::prim::dispatch_index());
 #ifdef LUM_HAVE_OPENCV
     cv::setNumThreads(1);
     std::printf("lum_lib vs OpenCV %s, %d x %d, single thread, median of %d runs\n", CV_VERSION, kWidth, kHeight,
@@ -91,9 +111,8 @@ int main(int argc, char** argv) {
     for (const auto& c : cases()) {
         if (!filter.empty() && c.name.find(filter) == std::string::npos) continue;
         const Timed t = c.setup();
-        const double ours = median_ms(t.lum, runs);
+        const auto [ours, ref] = median_ms(t, runs);
         if (t.reference) {
-            const double ref = median_ms(t.reference, runs);
             std::printf("%-40s %12.3f %12.3f %8.2f %s\n", c.name.c_str(), ours, ref, ours / ref, t.note.c_str());
         } else {
             std::printf("%-40s %12.3f %12s %8s %s\n", c.name.c_str(), ours, "-", "-", t.note.c_str());

@@ -21,7 +21,8 @@ function(lum_add_kernel_variants target)
     target_compile_definitions(${obj} PRIVATE LUM_ISA=isa_${level})
     # Loops stay vector loops instead of becoming memset/memcpy calls, whose
     # start-up cost shows on rows of a few kilobytes.
-    target_compile_options(${obj} PRIVATE ${LUM_WARNINGS} -O3 -fno-tree-loop-distribute-patterns
+    target_compile_options(${obj} PRIVATE ${LUM_WARNINGS} -O3
+                           $<$<CXX_COMPILER_ID:GNU>:-fno-tree-loop-distribute-patterns>
                            ${LUM_ISA_FLAGS_${level}})
     set_target_properties(${obj} PROPERTIES
       POSITION_INDEPENDENT_CODE ON

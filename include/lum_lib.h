@@ -168,6 +168,35 @@ LUM_API int8_t lum_adjust(int32_t source, int32_t destination, const double* low
 
 /* ---- Colour and channels ---- */
 
+/* Colour (3 channels, 8u or 16u) to grey with equal weights 1/3; result in destination (its own step).
+ * -64 either image, -1 source not 3 channels or destination not 1, -1 format not 8u/16u, -5 kernel failure. */
+LUM_API int8_t lum_color_to_gray(int32_t source, int32_t destination);
+/* 8u grey copied into all three channels of the 8u colour destination. -64, -1 layout or format. */
+LUM_API int8_t lum_gray_to_color(int32_t source, int32_t destination);
+/* In place: out_c = m[4c]*s0 + m[4c+1]*s1 + m[4c+2]*s2 + m[4c+3], rounded and saturated;
+ * 16u results are then clamped to the valid bits. -64, -1 not 3 channels or format not 8u/16u, -5. */
+LUM_API int8_t lum_color_twistI(int32_t image, const float* matrix);                 /* 3 rows of 4 */
+/* The same from source into destination; both are walked with the source's step and size. */
+LUM_API int8_t lum_color_twist(int32_t source, int32_t destination, const float* matrix);
+/* Adds palette[3i+2], palette[3i+1], palette[3i] (saturating) to the destination pixel, with i the grey sample
+ * of the rectangle times contrast plus brightness, truncated and clamped to 0..255 (16u first shifted right by
+ * valid bits - 8). Destination: 8u colour of the rectangle's size. -7 bad rectangle or null palette, -2, -1. */
+LUM_API int8_t lum_computer_color_bc(int32_t source, int32_t destination, const lum_rect* rect, const uint8_t* palette, double contrast, int32_t brightness);
+
+/* Whole-image copy into destination; -4 unless channels, format, width and height agree. */
+LUM_API int8_t lum_copy(int32_t source, int32_t destination);
+/* Copies a size.width x size.height rectangle from source_origin to destination_origin.
+ * -7 negative origin or empty size, -2 rectangle leaves an image, -4 layouts differ, -1, -65. */
+LUM_API int8_t lum_copy_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size);
+/* Writes the 8u grey image into channel 0, 1 or 2 of the 8u colour image (others unchanged); -7 bad channel. */
+LUM_API int8_t lum_copy_gray2color(int32_t grey, int32_t colour, int32_t channel);
+/* Splits a colour image (8u or 16u) into three grey planes of its format; the planes share plane0's step. */
+LUM_API int8_t lum_copy_color2channels(int32_t colour, int32_t plane0, int32_t plane1, int32_t plane2);
+/* Merges three grey planes (read with plane0's step) into the colour image. */
+LUM_API int8_t lum_copy_channels2color(int32_t plane0, int32_t plane1, int32_t plane2, int32_t colour);
+/* In place on an 8u colour image: channel c receives channel order[c]; an index outside 0..2 gives -5. */
+LUM_API int8_t lum_swap_channels(int32_t image, const int32_t* order);               /* 3 entries */
+
 /* (end of section) */
 
 
@@ -178,25 +207,110 @@ LUM_API int8_t lum_adjust(int32_t source, int32_t destination, const double* low
 
 /* ---- Statistics, histograms, Otsu threshold, projections ---- */
 
+/* Sum of the samples as a double; every row is read as width one-channel samples (use on one-channel
+ * images). 8u, 16u, 32f; -64, -7/-2 rectangle, -1 other formats. */
+LUM_API int8_t lum_sum(int32_t image, double* sum);
+LUM_API int8_t lum_sum_rect(int32_t image, const lum_rect* rect, double* sum);
+/* Minimum and maximum in the image's own sample type, one per channel (room for 1 or 3 values each).
+ * -64, -7/-2 rectangle, -7 null output, -1 format, -65 channels. */
+LUM_API int8_t lum_img_min_max(int32_t image, void* minimum, void* maximum);
+LUM_API int8_t lum_img_min_max_rect(int32_t image, const lum_rect* rect, void* minimum, void* maximum);
+/* Mean and population standard deviation of a one-channel 8u, 16u or 32f image.
+ * -64, -7/-2 rectangle, -7 null output, -1 format, -65 channels. */
+LUM_API int8_t lum_img_mean_stddev(int32_t image, double* mean, double* stddev);
+LUM_API int8_t lum_img_mean_stddev_rect(int32_t image, const lum_rect* rect, double* mean, double* stddev);
+/* destination = larger (smaller) of first and second, pixel by pixel, one-channel 8u or 16u.
+ * -64, -4 layouts differ, -65 channels; 16s and 32f images return 0 and change nothing. */
+LUM_API int8_t lum_img_max_every(int32_t first, int32_t second, int32_t destination);
+LUM_API int8_t lum_img_min_every(int32_t first, int32_t second, int32_t destination);
+/* Uniform histogram of a one-channel 8u, 16u or 32f image: counts[k] (every one of the bins written) holds the
+ * samples v with lower + k*(upper-lower)/bins <= v < lower + (k+1)*(upper-lower)/bins, levels in double precision.
+ * -64, -7/-2 rectangle, -1 channels not 1 or format 16s, -7 null counts, bins 0 or lower >= upper, -5 bins < 0. */
+LUM_API int8_t lum_histogram(int32_t image, float lower, float upper, uint32_t* counts, int32_t bins);
+LUM_API int8_t lum_histogram_rect(int32_t image, const lum_rect* rect, float lower, float upper, uint32_t* counts, int32_t bins);
+/* Otsu's threshold of a one-channel 8u or 16u image, in the image's sample values. A 16u image is rescaled to
+ * 8 bits through its whole-image minimum and maximum, and its rectangle is measured at the rescaled image's
+ * top-left corner; a constant 16u image gives its value. -64, -7/-2 rectangle, -1 channels or format, -7 null. */
+LUM_API int8_t lum_otsu_get_threshold(int32_t image, int32_t* threshold);
+LUM_API int8_t lum_otsu_get_threshold_rect(int32_t image, const lum_rect* rect, int32_t* threshold);
+/* Projection of frame number index (of count) of a sequence of one-channel frames into destination (same format).
+ * direction 0: destination = max (min) of itself and the frame, pixel by pixel; 1: the maximum (minimum) of each
+ * row r goes to destination (index, r); 2: destination row index = max (min) of itself and every frame row.
+ * 16s and 32f frames return 0 and change nothing. -64, -1 frame channels, -4 format/channels differ,
+ * -7 direction or empty sizes/count, -2 destination too small (also a column/row index past its buffer). */
+LUM_API int8_t lum_projection_max(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction);
+LUM_API int8_t lum_projection_min(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction);
+/* Creates the float accumulator (width x height, one channel) of lum_projection_mean into *accumulator;
+ * returns the init status (the handle stays created on failure). */
+LUM_API int8_t lum_projection_mean_init(uint32_t width, uint32_t height, int32_t* accumulator);
+/* Mean projection (8u, 16u, 32f). Direction 0: index 0 restarts the accumulator, each frame is added, and at
+ * index = count - 1 the destination receives accumulator / count (rounded to nearest, saturated). Directions 1
+ * and 2 write each row's (column's) mean at once into column (row) index. Codes as lum_projection_max, plus -1
+ * for an accumulator that is not one-channel float and -2 for one smaller than the frame. */
+LUM_API int8_t lum_projection_mean(int32_t frame, int32_t destination, uint32_t index, uint32_t count, int32_t direction, int32_t accumulator);
+
 /* (end of section) */
 
 
 /* ---- Masks and line profiles ---- */
+/* Clears the 8-bit one-channel mask, then draws shape 0 rectangle, 1 ellipse (both over the whole mask)
+ * or 2 polygon (count vertices) as 255. -1 not 8u C1, -7 unknown shape, -32 no vertices, -128 bad crossings. */
+LUM_API int8_t lum_generate_mask(int32_t mask, uint32_t shape, const lum_point* points, int32_t count);
+/* As lum_generate_mask on a mask whose top-left sample is plane point origin; with count 2 the points are
+ * read as one lum_rect bounding the rectangle or ellipse (plane coordinates), clipped to the mask. */
+LUM_API int8_t lum_generate_mask_part(int32_t mask, lum_point origin, uint32_t shape, const lum_point* points, int32_t count);
+/* Mean of the 8u/16u C1 image's samples under the non-zero mask samples, mask placed at (x, y).
+ * -1 mask not 8u C1 or image not 8u/16u C1, -7 negative x or y, -2 mask overhangs the image. */
+LUM_API int8_t lum_mask_mean(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean);
+/* Mean and standard deviation (divisor: samples counted) under the mask; codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_mean_stddev(int32_t image, int32_t x, int32_t y, int32_t mask, double* mean, double* stddev);
+/* Smallest and largest sample under the mask (0 and 0 when it selects none); codes as lum_mask_mean. */
+LUM_API int8_t lum_mask_min_max(int32_t image, int32_t x, int32_t y, int32_t mask, float* minimum, float* maximum);
 
 /* (end of section) */
 
 
 /* ---- Binarization, clipping, morphology, contours ---- */
+/* Source samples at or above threshold become (1 << valid_bits) - 1 in destination, the others 0; a negative
+ * threshold inverts the sense. 8u/16u C1 (thresholds modulo 256/65536; low bits all 0 leave a copy).
+ * -7 empty size, -2 beyond an image, -1 not one channel or unsupported format (float: -1 after writing). */
+LUM_API int8_t lum_binarization(int32_t source, int32_t destination, int32_t threshold);
+/* As lum_binarization on a size.width x size.height rectangle at each image's origin. */
+LUM_API int8_t lum_binarization_rect(int32_t source, lum_point source_origin, int32_t destination, lum_point destination_origin, lum_size size, int32_t threshold);
+/* In place: below |threshold| becomes low, the rest high; a negative threshold inverts the sense.
+ * 8u/16u/32f C1; -7 when low exceeds high, -1 other formats or channels. */
+LUM_API int8_t lum_binarizationI(int32_t image, float threshold, float low, float high);
+/* In place: samples below low become low, above high become high; a NaN bound is ignored.
+ * 8u/16u/32f C1; -7 when low exceeds high. */
+LUM_API int8_t lum_clipI(int32_t image, float low, float high);
+/* Opening (operation 2) or closing (3) of the 8u/16u C1 source into destination over the source's size, with a
+ * full rectangle (shape 0) or ellipse (shape 2) element, replicated borders. -7 other shapes or operations,
+ * -65 source not one channel, -1 other formats. */
+LUM_API int8_t lum_morph_open_close(int32_t source, int32_t destination, const lum_morph_param* param);
 
 /* (end of section) */
 
 
 /* ---- Watershed ---- */
 
+/* Marker-controlled watershed by flooding. source: one-channel 8u or 16u, unchanged. markers: one-channel 16u of
+ * the same size; each non-zero value is a seed and names one basin. The basins grow from their seeds in the order
+ * of the source's grey level (a pixel enters at the larger of its own level and the level being flooded), first
+ * in first out within a level, 8-connected. A pixel takes the label of its labelled neighbours when they agree;
+ * where two different basins meet it stays 0 (the watershed line) and floods no further; a pixel no basin
+ * reaches stays 0. Time and memory linear in the pixels (one bucket per grey level; 8 to 12 bytes per pixel of scratch).
+ * Codes: -6/-64 handles, -64 uninitialised, -1 a channel count other than 1, source not 8u/16u or markers not
+ * 16u, -4 sizes differ, -32 no seed at all, -8 out of memory (the markers are then unchanged). */
+LUM_API int8_t lum_watershed(int32_t source, int32_t markers);
+
 /* (end of section) */
 
 
 /* ---- Status text ---- */
+
+/* A short, static English phrase for a status code ("image not initialised" for -64);
+ * codes outside the table get "unknown status" (negative) or "unknown warning" (positive). Never null. */
+LUM_API const char* lum_status_text(int code);
 
 /* (end of section) */
 

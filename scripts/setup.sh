@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the project needs, when run as root and when
-# they are missing. Usage: scripts/setup.sh [build|test|bench|all]
+# they are missing. Usage: scripts/setup.sh [build|test|bench|fuzz|all]
 set -euo pipefail
 what=${1:-test}
 pkgs=(cmake g++ make)
 case "$what" in
   build) ;;
-  test) pkgs+=(libgtest-dev) ;;
+  test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest) ;;
   bench) pkgs+=(libopencv-dev) ;;
-  all) pkgs+=(libgtest-dev libopencv-dev) ;;
+  fuzz) pkgs+=(clang libclang-rt-14-dev) ;;
+  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest libopencv-dev clang libclang-rt-14-dev) ;;
 esac
 missing=()
 for p in "${pkgs[@]}"; do

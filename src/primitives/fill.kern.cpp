@@ -43,12 +43,8 @@ template <class T>
 int copy_rows(const T* src, int src_step, T* dst, int dst_step, Size size, int channels) {
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
-    const int n = size.width * channels;
-    for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, src_step, y);
-        T* __restrict d = row_at(dst, dst_step, y);
-        for (int x = 0; x < n; ++x) d[x] = s[x];
-    }
+    const size_t bytes = static_cast<size_t>(size.width) * static_cast<size_t>(channels) * sizeof(T);
+    for (int y = 0; y < size.height; ++y) std::memmove(row_at(dst, dst_step, y), row_at(src, src_step, y), bytes);
     return st_ok;
 }
 

@@ -1,0 +1,173 @@
+// Copies and channel moves: whole-image and rectangle copies, a grey image
+// into one channel of a colour image, split into planes, merge from planes and
+// in-place channel reordering.
+#include "color/copy.hpp"
+
+#include "image/call_frame.hpp"
+#include "primitives/channels.hpp"
+#include "primitives/fill.hpp"
+
+namespace lum {
+
+namespace {
+
+// -7 for a negative origin, -2 when origin + size leaves the image.
+int8_t check_origin(const img& image, lum_point origin, lum_size size) {
+    if (origin.x < 0 || origin.y < 0) return out_of_range;
+    if (static_cast<int64_t>(origin.x) + size.width > image.width ||
+        static_cast<int64_t>(origin.y) + size.height > image.height)
+        return beyond_image;
+    return ok;
+}
+
+template <class T, class Kernel>
+int copy_with(Kernel& kernel, const img& src, lum_point so, img& dst, lum_point dp, lum_size size) {
+    return kernel(pixel_at<const T>(src, so.x, so.y), step_of(src), pixel_at<T>(dst, dp.x, dp.y), step_of(dst),
+                  {size.width, size.height});
+}
+
+}  // namespace
+
+int8_t copy_rect(const img* src, lum_point so, img* dst, lum_point dp, lum_size size) {
+    LUM_CHECK(require_initialised(src));
+    if (so.x < 0 || so.y < 0 || size.width < 1 || size.height < 1) return out_of_range;
+    LUM_CHECK(check_origin(*src, so, size));
+    LUM_CHECK(require_initialised(dst));
+    LUM_CHECK(check_origin(*dst, dp, size));
+    if (src->channels != dst->channels || src->pix_type != dst->pix_type) return mismatch;
+    if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
+    const bool one = src->channels == lum_gray;
+    switch (src->pix_type) {
+        case lum_fmt_8u:
+            return map_status(one ? copy_with<uint8_t>(prim::copy_8u_c1, *src, so, *dst, dp, size)
+                                  : copy_with<uint8_t>(prim::copy_8u_c3, *src, so, *dst, dp, size));
+        case lum_fmt_16u:
+            return map_status(one ? copy_with<uint16_t>(prim::copy_16u_c1, *src, so, *dst, dp, size)
+                                  : copy_with<uint16_t>(prim::copy_16u_c3, *src, so, *dst, dp, size));
+        case lum_fmt_32f:
+            return map_status(one ? copy_with<float>(prim::copy_32f_c1, *src, so, *dst, dp, size)
+                                  : copy_with<float>(prim::copy_32f_c3, *src, so, *dst, dp, size));
+        default:
+            return bad_format;
+    }
+}
+
+namespace {
+
+int8_t copy_whole(const img* src, img* dst) {
+    // Layout is compared before initialisation: two empty records agree and
+    // then fail in the rectangle copy with -64.
+    if (src->channels != dst->channels || src->pix_type != dst->pix_type || src->width != dst->width ||
+        src->height != dst->height)
+        return mismatch;
+    return copy_rect(src, {0, 0}, dst, {0, 0}, {src->width, src->height});
+}
+
+int8_t gray_into_channel(const img* grey, img* colour, int32_t channel) {
+    LUM_CHECK(require_initialised(grey));
+    if (grey->channels != lum_gray || grey->pix_type != lum_fmt_8u) return bad_format;
+    LUM_CHECK(require_initialised(colour));
+    if (colour->channels != lum_color || colour->pix_type != lum_fmt_8u) return bad_format;
+    if (static_cast<uint32_t>(channel) > 2u) return out_of_range;
+    // Sizes are not compared; the grey image's extent must still land inside the colour buffer.
+    if (!rows_fit(*colour, channel, grey->height, colour->step_bytes, 3 * int64_t(grey->width) - 2))
+        return beyond_image;
+    return map_status(prim::copy_8u_c1c3r(pixel_at<const uint8_t>(*grey, 0, 0), step_of(*grey),
+                                          pixel_at<uint8_t>(*colour, 0, 0) + channel, step_of(*colour),
+                                          size_of(*grey)));
+}
+
+// One plane of the split or merge: initialised, grey, of the colour image's format.
+int8_t check_plane(const img* plane, int32_t format) {
+    LUM_CHECK(require_initialised(plane));
+    return plane->channels == lum_gray && plane->pix_type == format ? ok : bad_format;
+}
+
+// Every plane is walked with plane 0's step over the colour image's size.
+bool planes_fit(const img* const (&planes)[3], const img& colour) {
+    const int64_t row_bytes = int64_t(colour.width) * bytes_per_sample(colour.pix_type);
+    for (const img* p : planes)
+        if (!rows_fit(*p, 0, colour.height, planes[0]->step_bytes, row_bytes)) return false;
+    return true;
+}
+
+int8_t split(const img* colour, img* p0, img* p1, img* p2) {
+    LUM_CHECK(require_initialised(colour));
+    if (colour->channels != lum_color) return bad_format;
+    const int32_t format = colour->pix_type;
+    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
+    for (const img* p : {p0, p1, p2}) LUM_CHECK(check_plane(p, format));
+    if (!planes_fit({p0, p1, p2}, *colour)) return beyond_image;
+    const int step = step_of(*p0);
+    if (format == lum_fmt_8u) {
+        uint8_t* const planes[3] = {pixel_at<uint8_t>(*p0, 0, 0), pixel_at<uint8_t>(*p1, 0, 0),
+                                    pixel_at<uint8_t>(*p2, 0, 0)};
+        return map_status(
+            prim::copy_8u_c3p3r(pixel_at<const uint8_t>(*colour, 0, 0), step_of(*colour), planes, step, size_of(*colour)));
+    }
+    uint16_t* const planes[3] = {pixel_at<uint16_t>(*p0, 0, 0), pixel_at<uint16_t>(*p1, 0, 0),
+                                 pixel_at<uint16_t>(*p2, 0, 0)};
+    return map_status(
+        prim::copy_16u_c3p3r(pixel_at<const uint16_t>(*colour, 0, 0), step_of(*colour), planes, step, size_of(*colour)));
+}
+
+int8_t merge(const img* p0, const img* p1, const img* p2, img* colour) {
+    LUM_CHECK(require_initialised(colour));
+    if (colour->channels != lum_color) return bad_format;
+    const int32_t format = colour->pix_type;
+    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
+    for (const img* p : {p0, p1, p2}) LUM_CHECK(check_plane(p, format));
+    if (!planes_fit({p0, p1, p2}, *colour)) return beyond_image;
+    const int step = step_of(*p0);
+    if (format == lum_fmt_8u) {
+        const uint8_t* const planes[3] = {pixel_at<const uint8_t>(*p0, 0, 0), pixel_at<const uint8_t>(*p1, 0, 0),
+                                          pixel_at<const uint8_t>(*p2, 0, 0)};
+        return map_status(
+            prim::copy_8u_p3c3r(planes, step, pixel_at<uint8_t>(*colour, 0, 0), step_of(*colour), size_of(*colour)));
+    }
+    const uint16_t* const planes[3] = {pixel_at<const uint16_t>(*p0, 0, 0), pixel_at<const uint16_t>(*p1, 0, 0),
+                                       pixel_at<const uint16_t>(*p2, 0, 0)};
+    return map_status(
+        prim::copy_16u_p3c3r(planes, step, pixel_at<uint16_t>(*colour, 0, 0), step_of(*colour), size_of(*colour)));
+}
+
+int8_t swap_channels(img* image, const int32_t* order) {
+    LUM_CHECK(require_initialised(image));
+    if (image->channels != lum_color || image->pix_type != lum_fmt_8u) return bad_format;
+    return map_status(prim::swap_channels_8u_c3ir(pixel_at<uint8_t>(*image, 0, 0), step_of(*image), size_of(*image), order));
+}
+
+}  // namespace
+}  // namespace lum
+
+using lum::with_images;
+
+extern "C" {
+
+LUM_API int8_t lum_copy(int32_t source, int32_t destination) {
+    return with_images({source, destination}, [](img* s, img* d) { return lum::copy_whole(s, d); });
+}
+
+LUM_API int8_t lum_copy_rect(int32_t source, lum_point source_origin, int32_t destination,
+                             lum_point destination_origin, lum_size size) {
+    return with_images({source, destination},
+                       [&](img* s, img* d) { return lum::copy_rect(s, source_origin, d, destination_origin, size); });
+}
+
+LUM_API int8_t lum_copy_gray2color(int32_t grey, int32_t colour, int32_t channel) {
+    return with_images({grey, colour}, [&](img* g, img* c) { return lum::gray_into_channel(g, c, channel); });
+}
+
+LUM_API int8_t lum_copy_color2channels(int32_t colour, int32_t plane0, int32_t plane1, int32_t plane2) {
+    return with_images({colour, plane0, plane1, plane2}, [](img* c, img* a, img* b, img* d) { return lum::split(c, a, b, d); });
+}
+
+LUM_API int8_t lum_copy_channels2color(int32_t plane0, int32_t plane1, int32_t plane2, int32_t colour) {
+    return with_images({plane0, plane1, plane2, colour}, [](img* a, img* b, img* d, img* c) { return lum::merge(a, b, d, c); });
+}
+
+LUM_API int8_t lum_swap_channels(int32_t image, const int32_t* order) {
+    return with_images({image}, [&](img* im) { return lum::swap_channels(im, order); });
+}
+
+}  // extern "C"

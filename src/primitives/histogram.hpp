@@ -1,0 +1,48 @@
+// Uniform histograms of one-channel regions and the Otsu threshold of an
+// 8-bit region. A histogram is prepared in two steps: the caller asks for the
+// sizes of a specification block and of a work buffer, allocates both,
+// initialises the specification with its levels, then counts.
+#pragma once
+
+#include "primitives/primitive.hpp"
+
+namespace lum::prim {
+
+// Sample types of the histogram primitives, numbered like lum_data_format.
+enum histogram_type : int { hist_8u = 1, hist_16u = 2, hist_16s = 3, hist_32f = 4 };
+
+// The specification block: `levels` uniform levels from lower to upper.
+// level[k] = lower + k * (upper - lower) / (levels - 1), in double precision,
+// never rounded to integers; bin k counts level[k] <= v < level[k + 1].
+struct HistogramSpec {
+    int32_t type;
+    int32_t levels;
+    double lower;
+    double upper;
+};
+
+// Bytes of the specification and of the work buffer. -13 for an unknown type
+// or fewer than two levels, -6 for an empty region, -8 for null outputs.
+LUM_PRIMITIVE(histogram_get_size, int(int type, Size size, int levels, int* spec_bytes, int* buffer_bytes))
+// Fills the specification. -13 for an unknown type, fewer than two levels,
+// bounds that are not finite or lower >= upper.
+LUM_PRIMITIVE(histogram_init_uniform, int(int type, float lower, float upper, int levels, uint8_t* spec))
+
+// Counts the region into counts[0 .. levels - 2]; every count is written.
+// The spec must have been initialised for the same sample type (else -13).
+LUM_PRIMITIVE(histogram_8u_c1, int(const uint8_t* src, int step, Size size, uint32_t* counts, const uint8_t* spec,
+                                   uint8_t* buffer))
+LUM_PRIMITIVE(histogram_16u_c1, int(const uint16_t* src, int step, Size size, uint32_t* counts, const uint8_t* spec,
+                                    uint8_t* buffer))
+LUM_PRIMITIVE(histogram_32f_c1, int(const float* src, int step, Size size, uint32_t* counts, const uint8_t* spec,
+                                    uint8_t* buffer))
+
+// Otsu's threshold of an 8-bit region: the index of the first of the 256 bins
+// that maximises the between-class variance. Bins are weighted at their
+// centres (i + 0.5); a bin whose lower or upper class weight is within
+// FLT_EPSILON of 0 or 1 is skipped and adds nothing to the running class
+// mean; a later bin wins only with a strictly greater variance; a constant
+// region gives 0. Evaluated in single precision. -13 when step < width.
+LUM_PRIMITIVE(otsu_threshold_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* threshold))
+
+}  // namespace lum::prim
