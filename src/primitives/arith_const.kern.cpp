@@ -22,7 +22,7 @@ constexpr int64_t max_value() { return (int64_t(1) << (8 * sizeof(T))) - 1; }
 
 // A block of the three per-channel constants repeated: a multiple of 3 and of
 // every vector width, so a row is walked in whole blocks plus a tail.
-constexpr int kBlock = 3 * 64;
+constexpr int kBlock = 3 * 256;
 
 template <class C>
 struct Pattern {
@@ -217,6 +217,7 @@ inline uint8_t float_product(uint8_t v, float c) {
 
 struct FloatPlan {
     float factor;
+    int patches;               // values that need their double result
     uint8_t value[kPatches];   // byte values whose float result is patched
     uint8_t result[kPatches];  // their double-precision results
 };
@@ -228,7 +229,7 @@ bool plan_product(double c, FloatPlan& plan) {
     const float candidates[5] = {base, down, up, nextafterf(down, -HUGE_VALF), nextafterf(up, HUGE_VALF)};
     int best = kPatches + 1;
     for (const float f : candidates) {
-        FloatPlan trial{f, {}, {}};
+        FloatPlan trial{f, 0, {}, {}};
         int misses = 0;
         for (int i = 0; i < 256 && misses <= kPatches; ++i) {
             const uint8_t exact = rounded_product(uint8_t(i), c);
@@ -247,6 +248,7 @@ bool plan_product(double c, FloatPlan& plan) {
         }
     }
     if (best > kPatches) return false;
+    plan.patches = best;
     // Unused slots repeat a harmless pair: the first patch, or 0 and its own result.
     const uint8_t v0 = best > 0 ? plan.value[0] : 0, r0 = best > 0 ? plan.result[0] : float_product(0, plan.factor);
     for (int k = best; k < kPatches; ++k) {
@@ -274,7 +276,10 @@ int mul_c_8u_c1ir(uint8_t* p, int step, Size z, const double* v) {
         const uint8_t results[kPatches] = {plan.result[0], plan.result[1], plan.result[2], plan.result[3]};
         for (int y = 0; y < z.height; ++y) {
             uint8_t* __restrict o = row_at(p, step, y);
-            for (int x = 0; x < z.width; ++x) o[x] = planned_product(o[x], f, values, results);
+            if (plan.patches == 0)
+                for (int x = 0; x < z.width; ++x) o[x] = float_product(o[x], f);
+            else
+                for (int x = 0; x < z.width; ++x) o[x] = planned_product(o[x], f, values, results);
         }
         return st_ok;
     }
@@ -293,6 +298,12 @@ int mul_c_8u_c3ir(uint8_t* p, int step, Size z, const double* v) {
     if (plan_product(v[0], plan[0]) && plan_product(v[1], plan[1]) && plan_product(v[2], plan[2])) {
         const float f3[3] = {plan[0].factor, plan[1].factor, plan[2].factor};
         const Pattern<float> factor(f3);
+        if (plan[0].patches + plan[1].patches + plan[2].patches == 0) {
+            over_rows(p, step, z, 3, factor, [](uint8_t* __restrict o, const float* __restrict c, int n) {
+                for (int x = 0; x < n; ++x) o[x] = float_product(o[x], c[x]);
+            });
+            return st_ok;
+        }
         struct Patches {
             uint8_t values[kPatches][kBlock], results[kPatches][kBlock];
         } patches;
