@@ -39,14 +39,26 @@ int8_t adjust(img* src, img* dst, lum_size size, const double* low, const double
         factor[c] = double(m) / (high[c] - low[c]);
         level[c] = low_byte(low[c]);
     }
-    const prim::Size z{size.width, size.height};
     const auto* s = static_cast<const uint8_t*>(src->frame_buf);
     auto* d = static_cast<uint8_t*>(dst->frame_buf);
     const int ss = step_of(*src), ds = step_of(*dst);
-    const int subtracted = channels == 3 ? prim::sub_c_8u_c3rsfs(s, ss, d, ds, z, level, 0)
-                                         : prim::sub_c_8u_c1rsfs(s, ss, d, ds, z, level[0], 0);
-    LUM_CHECK(map_status(subtracted));
-    return map_status(channels == 3 ? prim::mul_c_8u_c3ir(d, ds, z, factor) : prim::mul_c_8u_c1ir(d, ds, z, factor));
+    // Both steps run strip by strip, each strip (about 256 KiB) still in cache
+    // for the second; strips stay large because each multiplication first
+    // prepares its constants.
+    constexpr int kStripBytes = 256 * 1024;
+    const int row = size.width * channels;
+    const int strip = row >= kStripBytes ? 1 : kStripBytes / row;
+    for (int y = 0; y < size.height; y += strip) {
+        const prim::Size part{size.width, size.height - y < strip ? size.height - y : strip};
+        const uint8_t* s_part = s + int64_t(y) * ss;
+        uint8_t* d_part = d + int64_t(y) * ds;
+        const int subtracted = channels == 3 ? prim::sub_c_8u_c3rsfs(s_part, ss, d_part, ds, part, level, 0)
+                                             : prim::sub_c_8u_c1rsfs(s_part, ss, d_part, ds, part, level[0], 0);
+        LUM_CHECK(map_status(subtracted));
+        LUM_CHECK(map_status(channels == 3 ? prim::mul_c_8u_c3ir(d_part, ds, part, factor)
+                                           : prim::mul_c_8u_c1ir(d_part, ds, part, factor)));
+    }
+    return ok;
 }
 
 }  // namespace

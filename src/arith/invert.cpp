@@ -1,12 +1,23 @@
 // Inversion within the valid bits: the destination is filled with the
-// source's valid-bits mask, then the source is subtracted from it.
+// source's valid-bits mask, then the source is subtracted from it. Separate
+// buffers take both steps in one pass; a destination that shares the
+// source's memory keeps the two passes, whose result (zeros where they
+// overlap) then differs.
 #include "arith/clamp.hpp"
 #include "primitives/arith.hpp"
+#include "primitives/arith_const.hpp"
 #include "primitives/fill.hpp"
 
 namespace lum {
 
 namespace {
+
+bool buffers_overlap(const img& a, const img& b) {
+    const auto a0 = reinterpret_cast<uintptr_t>(a.frame_buf), b0 = reinterpret_cast<uintptr_t>(b.frame_buf);
+    const auto a1 = a0 + uintptr_t(a.step_bytes) * uint32_t(a.height);
+    const auto b1 = b0 + uintptr_t(b.step_bytes) * uint32_t(b.height);
+    return a0 < b1 && b0 < a1;
+}
 
 int8_t invert(img* src, img* dst) {
     LUM_CHECK(require_initialised(src, dst));
@@ -22,6 +33,14 @@ int8_t invert(img* src, img* dst) {
     const bool c3 = src->channels == lum_color;
     const prim::Size z = size_of(*src);
     const int ss = step_of(*src), ds = step_of(*dst);
+    if (!buffers_overlap(*src, *dst)) {
+        const prim::Size samples{z.width * src->channels, z.height};
+        if (format == lum_fmt_8u)
+            return map_status(prim::rsub_c_8u_c1r(static_cast<const uint8_t*>(src->frame_buf), ss,
+                                                  static_cast<uint8_t*>(dst->frame_buf), ds, samples, uint8_t(mask)));
+        return map_status(prim::rsub_c_16u_c1r(static_cast<const uint16_t*>(src->frame_buf), ss,
+                                               static_cast<uint16_t*>(dst->frame_buf), ds, samples, uint16_t(mask)));
+    }
     if (format == lum_fmt_8u) {
         const uint8_t m = static_cast<uint8_t>(mask);
         const uint8_t m3[3] = {m, m, m};

@@ -31,6 +31,9 @@ int8_t shift_in_place(img* im, uint32_t count, const lum_rect* rect, direction d
                                              : prim::rshift_16u_c1ir(count, p, step, z));
 }
 
+// Rows of a strip: about 32 KiB of 16-bit samples.
+int rows_per_strip(int width) { return width >= 16384 ? 1 : 16384 / width; }
+
 // A kernel status in a sequence of steps: warnings are printed and passed over.
 bool failed(int status) { return map_status(status) != 0; }
 
@@ -62,21 +65,35 @@ int8_t shift_into(img* src, lum_point so, img* dst, lum_point dp, lum_size size,
         auto* d = pixel_at<uint8_t>(*dst, dp.x, dp.y);
         return map_status(left ? prim::lshift_8u_c1r(s, ss, d, ds, z, count) : prim::rshift_8u_c1r(s, ss, d, ds, z, count));
     }
+    // The two-step pairs run strip by strip so that the intermediate samples
+    // stay in cache; each strip goes through both steps before the next.
+    const int strip = rows_per_strip(size.width);
     if (from == lum_fmt_16u) {
         // Shift first, then narrow with saturation.
-        auto scratch = make_scratch<uint16_t>(int64_t(size.width) * size.height);
+        auto scratch = make_scratch<uint16_t>(int64_t(size.width) * strip);
         if (!scratch) return no_memory;
         const int scratch_step = 2 * size.width;
-        auto* s = pixel_at<const uint16_t>(*src, so.x, so.y);
-        const int shifted = left ? prim::lshift_16u_c1r(s, ss, scratch.get(), scratch_step, z, count)
-                                 : prim::rshift_16u_c1r(s, ss, scratch.get(), scratch_step, z, count);
-        if (failed(shifted)) return primitive_failed;
-        return map_status(prim::convert_16u8u_c1r(scratch.get(), scratch_step, pixel_at<uint8_t>(*dst, dp.x, dp.y), ds, z));
+        for (int y = 0; y < size.height; y += strip) {
+            const prim::Size part{size.width, size.height - y < strip ? size.height - y : strip};
+            auto* s = pixel_at<const uint16_t>(*src, so.x, so.y + y);
+            const int shifted = left ? prim::lshift_16u_c1r(s, ss, scratch.get(), scratch_step, part, count)
+                                     : prim::rshift_16u_c1r(s, ss, scratch.get(), scratch_step, part, count);
+            if (failed(shifted)) return primitive_failed;
+            auto* d = pixel_at<uint8_t>(*dst, dp.x, dp.y + y);
+            if (failed(prim::convert_16u8u_c1r(scratch.get(), scratch_step, d, ds, part))) return primitive_failed;
+        }
+        return ok;
     }
     // Widen first so that bits moved above the eighth are kept.
-    auto* d = pixel_at<uint16_t>(*dst, dp.x, dp.y);
-    if (failed(prim::convert_8u16u_c1r(pixel_at<const uint8_t>(*src, so.x, so.y), ss, d, ds, z))) return primitive_failed;
-    return map_status(left ? prim::lshift_16u_c1ir(count, d, ds, z) : prim::rshift_16u_c1ir(count, d, ds, z));
+    for (int y = 0; y < size.height; y += strip) {
+        const prim::Size part{size.width, size.height - y < strip ? size.height - y : strip};
+        auto* d = pixel_at<uint16_t>(*dst, dp.x, dp.y + y);
+        if (failed(prim::convert_8u16u_c1r(pixel_at<const uint8_t>(*src, so.x, so.y + y), ss, d, ds, part)))
+            return primitive_failed;
+        if (failed(left ? prim::lshift_16u_c1ir(count, d, ds, part) : prim::rshift_16u_c1ir(count, d, ds, part)))
+            return primitive_failed;
+    }
+    return ok;
 }
 
 int8_t shift_whole(int32_t source, int32_t destination, uint32_t count, direction dir) {

@@ -24,6 +24,12 @@ LUM_PRIMITIVE(sub_c_16u_c1rsfs,
 LUM_PRIMITIVE(sub_c_16u_c3rsfs, int(const uint16_t* src, int src_step, uint16_t* dst, int dst_step, Size size,
                                     const uint16_t* value, int scale))
 
+// dst = value − src, saturating at 0 (three channels with one value are the
+// one-channel kernel over three times the width).
+LUM_PRIMITIVE(rsub_c_8u_c1r, int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size, uint8_t value))
+LUM_PRIMITIVE(rsub_c_16u_c1r,
+              int(const uint16_t* src, int src_step, uint16_t* dst, int dst_step, Size size, uint16_t value))
+
 // src_dst = src_dst × value[channel], computed in double precision; integer
 // results rounded to nearest and saturated (NaN gives 0), float results
 // rounded once to float.

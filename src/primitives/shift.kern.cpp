@@ -7,6 +7,36 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
+// Bytes have no vector shift of their own: eight at a time are shifted as
+// one 64-bit word, the bits that crossed into a neighbouring byte masked off.
+template <bool Left>
+void shift_bytes(const uint8_t* s, uint8_t* d, int n, unsigned c) {
+    if (c >= 8) {
+        for (int x = 0; x < n; ++x) d[x] = 0;
+        return;
+    }
+    const uint64_t keep = (Left ? uint64_t(0xFFu << c) & 0xFFu : uint64_t(0xFFu >> c)) * 0x0101010101010101ull;
+    int x = 0;
+    if (s == d) {  // in place: one pointer, so no overlap test stands in the way
+        for (; x + 8 <= n; x += 8) {
+            uint64_t w;
+            std::memcpy(&w, d + x, 8);
+            w = (Left ? w << c : w >> c) & keep;
+            std::memcpy(d + x, &w, 8);
+        }
+    } else {
+        const uint8_t* __restrict from = s;
+        uint8_t* __restrict to = d;
+        for (; x + 8 <= n; x += 8) {
+            uint64_t w;
+            std::memcpy(&w, from + x, 8);
+            w = (Left ? w << c : w >> c) & keep;
+            std::memcpy(to + x, &w, 8);
+        }
+    }
+    for (; x < n; ++x) d[x] = static_cast<uint8_t>(Left ? unsigned(s[x]) << c : unsigned(s[x]) >> c);
+}
+
 template <class T, bool Left>
 int shift(const T* src, int src_step, T* dst, int dst_step, Size z, uint32_t count) {
     if (!src || !dst) return st_null;
@@ -15,7 +45,9 @@ int shift(const T* src, int src_step, T* dst, int dst_step, Size z, uint32_t cou
     for (int y = 0; y < z.height; ++y) {
         const T* s = row_at(src, src_step, y);
         T* d = row_at(dst, dst_step, y);
-        if (s == d) {
+        if constexpr (sizeof(T) == 1) {
+            shift_bytes<Left>(s, d, z.width, c);
+        } else if (s == d) {
             for (int x = 0; x < z.width; ++x) d[x] = static_cast<T>(Left ? unsigned(d[x]) << c : unsigned(d[x]) >> c);
         } else {
             const T* __restrict a = s;

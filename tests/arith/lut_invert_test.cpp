@@ -97,6 +97,10 @@ TEST(Invert, InvertsWithinTheValidBits) {
     EXPECT_EQ(sample<uint16_t>(v, 1, 0), 95);
     EXPECT_EQ(sample<uint16_t>(v, 2, 0), 0);
 
+    // In place the destination is filled with the mask before the source is read: all zero.
+    ASSERT_EQ(lum_invert(w, w), 0);
+    EXPECT_EQ(sample<uint16_t>(w, 1, 0), 0);
+
     Image f(3, 1, lum_fmt_32f, lum_gray), g(3, 1, lum_fmt_32f, lum_gray), wide(4, 2, lum_fmt_8u, lum_color);
     EXPECT_EQ(lum_invert(f, g), -1);
     const auto before = wide.bytes();

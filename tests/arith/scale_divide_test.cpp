@@ -1,6 +1,7 @@
 // Division, scaling, logarithm and level adjustment through the C interface:
 // the numbers that pin behaviour, the order of the codes, and what is left
 // alone.
+#include <algorithm>
 #include <cmath>
 
 #include "arith/arith_support.hpp"
@@ -158,6 +159,20 @@ TEST(Adjust, StretchesWithTruncatedLowAndExactFactor) {
     ASSERT_EQ(lum_adjust(s, d7, &low, &high), 0);
     EXPECT_EQ(sample<uint8_t>(d7, 1, 0), 127);
     EXPECT_EQ(sample<uint8_t>(d7, 4, 0), 169);  // 200 × 127 / 150: above high is not limited to 127
+}
+
+TEST(Adjust, LargeColourImagesFollowTheFormula) {
+    Image s(500, 70, lum_fmt_8u, lum_color), d(500, 70, lum_fmt_8u, lum_color);
+    s.randomize(21);
+    const double low[3] = {20.7, 0, 100}, high[3] = {180, 255, 130.5};
+    ASSERT_EQ(lum_adjust(s, d, low, high), 0);
+    for (int y = 0; y < 70; ++y)
+        for (int i = 0; i < 1500; ++i) {
+            const int c = i % 3;
+            const int base = std::max(0, sample<uint8_t>(s, i, y) - int(low[c]));
+            const double v = std::nearbyint(base * (255.0 / (high[c] - low[c])));
+            ASSERT_EQ(sample<uint8_t>(d, i, y), v > 255 ? 255 : int(v)) << i << "," << y;
+        }
 }
 
 TEST(Adjust, ThreeChannelsUseTheirOwnLevelsAndCodesComeInOrder) {

@@ -72,6 +72,22 @@ TEST(ShiftInto, NarrowsAfterShiftingAndWidensBeforeShifting) {
     EXPECT_EQ(sample<uint16_t>(w2, 0, 0), 100);
 }
 
+TEST(ShiftInto, LargeRegionsMatchTheSampleBySampleRule) {
+    Image s(700, 90, lum_fmt_16u, lum_gray), d(701, 91, lum_fmt_8u, lum_gray);
+    Image b(700, 90, lum_fmt_8u, lum_gray), w(700, 90, lum_fmt_16u, lum_gray);
+    s.randomize(11);
+    b.randomize(12);
+    ASSERT_EQ(lum_RShift_rect(s, {0, 0}, d, {1, 1}, {700, 90}, 3), 0);
+    ASSERT_EQ(lum_LShift(b, w, 9), 0);
+    for (int y = 0; y < 90; ++y)
+        for (int x = 0; x < 700; ++x) {
+            const int shifted = sample<uint16_t>(s, x, y) >> 3;
+            ASSERT_EQ(sample<uint8_t>(d, x + 1, y + 1), shifted > 255 ? 255 : shifted) << x << "," << y;
+            ASSERT_EQ(sample<uint16_t>(w, x, y), uint16_t(sample<uint8_t>(b, x, y) << 9)) << x << "," << y;
+        }
+    EXPECT_EQ(sample<uint8_t>(d, 0, 0), 0);
+}
+
 TEST(ShiftInto, RegionsAndCodesInOrder) {
     Image s(8, 6, lum_fmt_16u, lum_gray), d(8, 6, lum_fmt_16u, lum_gray), small(4, 4, lum_fmt_16u, lum_gray);
     s.randomize(1);

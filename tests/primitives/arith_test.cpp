@@ -187,6 +187,12 @@ TEST(ArithKernels, ConstantOperationsMatchTheReference) {
     in_place<uint16_t, uint16_t>("subC 16u C3", 3, [&](const uint16_t* a, int sa, uint16_t* p, int s, Size z) {
         return sub_c_16u_c3rsfs(a, sa, p, s, z, c16, 0);
     }, [&](uint16_t a, uint16_t, int i) { return saturate<uint16_t>(double(a) - c16[i % 3]); });
+    in_place<uint8_t, uint8_t>("rsubC 8u", 1, [&](const uint8_t* a, int sa, uint8_t* p, int s, Size z) {
+        return rsub_c_8u_c1r(a, sa, p, s, z, 200);
+    }, [&](uint8_t a, uint8_t, int) { return saturate<uint8_t>(200.0 - a); });
+    in_place<uint16_t, uint16_t>("rsubC 16u", 1, [&](const uint16_t* a, int sa, uint16_t* p, int s, Size z) {
+        return rsub_c_16u_c1r(a, sa, p, s, z, 4095);
+    }, [&](uint16_t a, uint16_t, int) { return saturate<uint16_t>(4095.0 - a); });
     auto mul = [](auto o, double c) { return saturate<decltype(o)>(std::nearbyint(double(o) * c)); };
     in_place<uint8_t, uint8_t>("mulC 8u C3", 3, [&](const uint8_t*, int, uint8_t* p, int s, Size z) {
         return mul_c_8u_c3ir(p, s, z, f3);
@@ -197,6 +203,31 @@ TEST(ArithKernels, ConstantOperationsMatchTheReference) {
     in_place<float, float>("mulC 32f", 1, [&](const float*, int, float* p, int s, Size z) {
         return mul_c_32f_c1ir(p, s, z, f1);
     }, [&](float, float o, int) { return float(double(o) * f1[0]); });
+}
+
+// 8-bit products run in single precision when a float factor reproduces the
+// double results for all 256 values, from a table otherwise: both must equal
+// the double-precision rule for every byte, near-halves included.
+TEST(ArithKernels, EightBitMultiplyEqualsDoublePrecisionForEveryByte) {
+    using namespace lum::prim;
+    std::mt19937 rng(17);
+    std::vector<double> factors = {2.55, 1.7, 255.0 / 149.1, 0.1, 1.0 / 3, 100.5, 20000.0, -1.0, 0.0};
+    for (int k = 0; k < 300; ++k) factors.push_back(std::ldexp(double(rng() % 1000000), -int(rng() % 20)));
+    for_each_variant([&](int) {
+        for (const double c : factors) {
+            uint8_t v[256], v3[3 * 256];
+            for (int i = 0; i < 256; ++i) v[i] = uint8_t(i);
+            for (int i = 0; i < 768; ++i) v3[i] = uint8_t(i / 3);
+            const double c3[3] = {c, c * 0.5, 1.0};
+            ASSERT_EQ(mul_c_8u_c1ir(v, 256, {256, 1}, &c), 0);
+            ASSERT_EQ(mul_c_8u_c3ir(v3, 768, {256, 1}, c3), 0);
+            for (int i = 0; i < 256; ++i) {
+                ASSERT_EQ(v[i], saturate<uint8_t>(std::nearbyint(double(i) * c))) << c << " at " << i;
+                for (int ch = 0; ch < 3; ++ch)
+                    ASSERT_EQ(v3[3 * i + ch], saturate<uint8_t>(std::nearbyint(double(i) * c3[ch]))) << c << " at " << i;
+            }
+        }
+    });
 }
 
 TEST(ArithKernels, ShiftsMatchTheReferenceForEveryCount) {
@@ -215,6 +246,11 @@ TEST(ArithKernels, ShiftsMatchTheReferenceForEveryCount) {
         auto ri = [c](auto, auto o, int) { return static_cast<decltype(o)>(c >= 32 ? 0 : (uint64_t(o) >> c)); };
         in_place<uint16_t, uint16_t>("lshift 16u in place", 1,
                                      [c](const uint16_t*, int, uint16_t* p, int s, Size z) { return lshift_16u_c1ir(c, p, s, z); }, li);
+        in_place<uint8_t, uint8_t>("rshift 8u", 1, [c](const uint8_t* a, int sa, uint8_t* d, int sd, Size z) {
+            return rshift_8u_c1r(a, sa, d, sd, z, c);
+        }, r);
+        in_place<uint8_t, uint8_t>("lshift 8u in place", 1,
+                                   [c](const uint8_t*, int, uint8_t* p, int s, Size z) { return lshift_8u_c1ir(c, p, s, z); }, li);
         in_place<uint8_t, uint8_t>("rshift 8u in place", 1,
                                    [c](const uint8_t*, int, uint8_t* p, int s, Size z) { return rshift_8u_c1ir(c, p, s, z); }, ri);
     }

@@ -60,7 +60,7 @@ void check_pair(K kernel, double a, double b) {
 
 TEST(ScaleKernels, EveryPairMatchesTheReference) {
     using namespace lum::prim;
-    for (auto [a, b] : {std::pair{1.7, -20.5}, std::pair{255.0 / 4095.0, 0.0}, std::pair{-0.5, 300.25}, std::pair{0.5, 0.0}}) {
+    for (auto [a, b] : {std::pair{1.7, -20.5}, std::pair{255.0 / 4095.0, 0.0}, std::pair{-0.5, 300.25}, std::pair{0.5, 0.0}, std::pair{100000.0, -3.0e6}}) {
         SCOPED_TRACE(a);
         check_pair<uint8_t, uint8_t>(scale_8u8u_c1r, a, b);
         check_pair<uint8_t, uint16_t>(scale_8u16u_c1r, a * 300, b);
