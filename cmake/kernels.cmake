@@ -22,7 +22,8 @@ function(lum_add_kernel_variants target)
     # Loops stay vector loops instead of becoming memset/memcpy calls, whose
     # start-up cost shows on rows of a few kilobytes.
     # No contraction of a * b + c into FMA: every level must give the baseline's bits.
-    target_compile_options(${obj} PRIVATE ${LUM_WARNINGS} -O3 -ffp-contract=off
+    # No trapping math: float compares become vector selects (no code reads the FP flags).
+    target_compile_options(${obj} PRIVATE ${LUM_WARNINGS} -O3 -ffp-contract=off -fno-trapping-math
                            $<$<CXX_COMPILER_ID:GNU>:-fno-tree-loop-distribute-patterns>
                            ${LUM_ISA_FLAGS_${level}})
     set_target_properties(${obj} PROPERTIES

@@ -6,13 +6,6 @@
 #include "primitives/arith.hpp"
 #include "primitives/kernel.hpp"
 
-// Variants must agree bit for bit, so a multiply followed by an add is never
-// fused on the levels that have FMA and kept apart on the others.
-#if defined(__clang__)
-#pragma clang fp contract(off)
-#elif defined(__GNUC__)
-#pragma GCC optimize("fp-contract=off", "no-trapping-math")
-#endif
 
 namespace lum::prim::LUM_ISA {
 

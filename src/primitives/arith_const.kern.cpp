@@ -6,12 +6,6 @@
 #include "primitives/arith_const.hpp"
 #include "primitives/kernel.hpp"
 
-// Every level must give the same bits: no fused multiply-add where FMA exists.
-#if defined(__clang__)
-#pragma clang fp contract(off)
-#elif defined(__GNUC__)
-#pragma GCC optimize("fp-contract=off", "no-trapping-math")
-#endif
 
 namespace lum::prim::LUM_ISA {
 

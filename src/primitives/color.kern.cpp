@@ -1,7 +1,5 @@
 // Colour-to-grey, grey-to-colour and colour twist kernels. Products are summed
-// in single precision without fused multiply-add, so that every processor
-// variant rounds exactly like the baseline.
-#pragma GCC optimize("fp-contract=off")
+// in single precision.
 
 #include "primitives/color.hpp"
 #include "primitives/kernel.hpp"

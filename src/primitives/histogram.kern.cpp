@@ -3,7 +3,6 @@
 // own increments), then folded into the caller's bins; float samples find
 // their bin by a computed index corrected against the exact levels. The
 // Otsu threshold works on the 8-bit value counts.
-#pragma GCC optimize("fp-contract=off", "no-trapping-math")  // same results in every variant; compares as selects
 #include <cfloat>
 #include <cmath>
 

@@ -70,10 +70,7 @@ void add_row_squares(const uint16_t* __restrict s, const uint8_t* __restrict m, 
     }
 }
 
-// The closing arithmetic is kept free of fused multiply-adds so that every
-// processor variant returns the same bits.
-__attribute__((noinline, optimize("fp-contract=off"))) void finish_moments(const Moments& acc, double* mean,
-                                                                           double* stddev) {
+void finish_moments(const Moments& acc, double* mean, double* stddev) {
     if (acc.count == 0) {
         *mean = 0.0;
         if (stddev) *stddev = 0.0;

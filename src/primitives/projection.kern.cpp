@@ -1,6 +1,5 @@
 // Projection kernels: row and column reductions and the float accumulator of
 // a pixel-wise mean, one body per sample type.
-#pragma GCC optimize("fp-contract=off", "no-trapping-math")  // same results in every variant
 #include <cmath>
 
 #include "primitives/kernel.hpp"

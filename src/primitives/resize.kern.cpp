@@ -2,8 +2,6 @@
 // tables of clamped source indices and weights; the kernels then filter each
 // needed source row horizontally once (kept in a small ring of float rows in
 // the work buffer) and blend the ring vertically into each destination row.
-// No fused multiply-add, so that every processor variant gives the same bytes.
-#pragma GCC optimize("fp-contract=off")
 
 #include <cmath>
 

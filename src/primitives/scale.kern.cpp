@@ -5,12 +5,6 @@
 #include "primitives/kernel.hpp"
 #include "primitives/scale.hpp"
 
-// Every level must give the same bits: no fused multiply-add on the levels that have it.
-#if defined(__clang__)
-#pragma clang fp contract(off)
-#elif defined(__GNUC__)
-#pragma GCC optimize("fp-contract=off", "no-trapping-math")
-#endif
 
 namespace lum::prim::LUM_ISA {
 

@@ -1,7 +1,6 @@
 // Statistics kernels: sums, per-channel minimum and maximum, mean and standard
 // deviation, pixel-wise max/min. Reductions of float samples run over fixed
 // lane arrays so that every processor variant adds in the same order.
-#pragma GCC optimize("fp-contract=off")  // the same float results in every variant
 #include <cmath>
 
 #include "primitives/kernel.hpp"

@@ -1,9 +1,7 @@
 // Affine warp kernels. Each destination row is a straight line through the
 // source, so the span of columns whose source point lies inside is found once
 // per row; inside it samples are fetched without bounds checks, outside it the
-// border value is written. No fused multiply-add, so every processor variant
-// gives the same bytes.
-#pragma GCC optimize("fp-contract=off")
+// border value is written.
 
 #include <cmath>
 
@@ -105,7 +103,9 @@ void approximate_span(double b, double a, double lo, double hi, int w, int& x0, 
     p = p < -1.0 ? -1.0 : p > double(kWarpMaxAxis) ? double(kWarpMaxAxis) : p;
     q = q < -1.0 ? -1.0 : q > double(kWarpMaxAxis) ? double(kWarpMaxAxis) : q;
     const int a0 = int(p) - 2, a1 = int(q) + 2;
-    x0 = a0 < 0 ? 0 : a0;
+    // Both ends stay within [0, w]: a span that starts past the last column is empty, and
+    // the border fill before it must not run past the row.
+    x0 = a0 < 0 ? 0 : a0 > w ? w : a0;
     x1 = a1 > w - 1 ? w - 1 : a1;
 }
 

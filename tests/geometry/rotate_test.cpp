@@ -116,3 +116,23 @@ TEST(CallerBuffers, GeometryRefusesShortSteps) {
 }
 
 }  // namespace
+
+namespace {
+
+// A source shifted far past the destination's right edge: the border fill of
+// each row stops at the row's end. The destination is a caller's buffer
+// without padding, followed by sentinels.
+TEST(RotateBounds, SourceBeyondTheRightEdgeWritesOnlyTheRow) {
+    for (int interpolation : {1, 2}) {
+        std::vector<uint16_t> buffer(10 * 6 + 32, 0xABCD);
+        lum_info info{10, 6, 0.0f, 0.0f, 20, lum_fmt_16u, 16, lum_gray, buffer.data()};
+        lum::test::Image dst, src(10, 6, lum_fmt_16u, lum_gray);
+        ASSERT_EQ(lum_init_image_ex(dst, &info), 0);
+        src.randomize(3);
+        EXPECT_EQ(lum_rotate(src, dst, 0.0, 1000.0, 0.0, interpolation), 0);
+        for (size_t i = 0; i < 60; ++i) ASSERT_EQ(buffer[i], 0) << i;
+        for (size_t i = 60; i < buffer.size(); ++i) ASSERT_EQ(buffer[i], 0xABCD) << i;
+    }
+}
+
+}  // namespace
