@@ -35,7 +35,7 @@ run(${CMAKE_COMMAND} -S ${EXAMPLES_DIR} -B ${WORK_DIR}/cmake-build -DCMAKE_BUILD
     "-DCMAKE_C_FLAGS=${flags}" "-DCMAKE_CXX_FLAGS=${flags}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/cmake-build)
 run(${WORK_DIR}/cmake-build/hello_c)
-if(NOT last_output MATCHES "pixel \\(10, 20\\) = 4000")
+if(NOT last_output MATCHES "1 object\\(s\\), first box at \\(20, 10\\), 30 x 16")
   message(FATAL_ERROR "hello_c printed: ${last_output}")
 endif()
 run(${WORK_DIR}/cmake-build/hello_cpp)

@@ -415,12 +415,18 @@ if _find:
         return h, total.value, count.value
     _export("find_contours", find_contours)
 if _get_result:
-    def get_contours_result(contours, total, count):
-        """(result int32 array, sizes uint32 array) of a contour set, which is then released."""
+    def get_contours_result(contours, total, count=None):
+        """(result int32 array, sizes uint32 array) of a contour set, which is then released.
+
+        count may be left out (expand_contour does not report it): every contour
+        takes at least 6 integers, so total // 6 sizes always suffice."""
         result = np.zeros(max(total, 1), np.int32)
-        sizes = np.zeros(max(count, 1), np.uint32)
+        room = count if count is not None else total // 6
+        sizes = np.zeros(max(room, 1), np.uint32)
         check(_get_result(contours, result.ctypes.data_as(_P(_i32)), sizes.ctypes.data_as(_P(_u32))),
               "lum_get_contours_result")
+        if count is None:
+            count = int(np.searchsorted(np.cumsum(sizes, dtype=np.int64), total) + 1) if total else 0
         return result[:total], sizes[:count]
     _export("get_contours_result", get_contours_result)
 if _expand:

@@ -268,3 +268,13 @@ def test_polygon_masks_and_masked_extremes():
     assert (lo, hi) == (a[2:5, 1:4].min(), a[2:5, 1:4].max())
     mean, sd = lum.mask_mean_stddev(lum.Image.from_array(a), 1, 2, full)
     assert mean == pytest.approx(a[2:5, 1:4].mean())
+
+
+@needs("expand_contour", "get_contours_result")
+def test_expanded_contour_is_fetched_without_a_count():
+    ring = [(5, 5), (6, 5), (7, 5), (7, 6), (7, 7), (6, 7), (5, 7), (5, 6)]
+    handle, total = lum.expand_contour(ring, (5, 5, 3, 3), 2)
+    result, sizes = lum.get_contours_result(handle, total)
+    assert sizes.sum() == total and len(sizes) == 1
+    (points, box), = lum.split_contours(result, sizes)
+    assert box == (0, 0, 7, 7)  # scratch coordinates: add (R.x - r, R.y - r) to map back
