@@ -5,7 +5,7 @@ set -euo pipefail
 what=${1:-test}
 pkgs=(cmake g++ make)
 case "$what" in
-  build) ;;
+  build) pkgs+=(libpng-dev pkg-config) ;;
   test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest) ;;
   bench) pkgs+=(libopencv-dev) ;;
   fuzz) pkgs+=(clang libclang-rt-14-dev) ;;
