@@ -377,24 +377,28 @@ void vline_contour(const lum_point* p, int32_t n, lum_rect r, int32_t* runs, uin
         sum_x += static_cast<float>(a.x);
         sum_y += static_cast<float>(a.y);
     }
-    const auto cx = static_cast<int32_t>(std::round(sum_x / static_cast<float>(n)));
-    const auto cy = static_cast<int32_t>(std::round(sum_y / static_cast<float>(n)));
-    int32_t area = 0;
+    // Outputs are 32-bit: the centroid and the area saturate instead of overflowing.
+    auto to_int32 = [](double v) {
+        return v >= 2147483647.0 ? INT32_MAX : v <= -2147483648.0 ? INT32_MIN : static_cast<int32_t>(v);
+    };
+    const int32_t cx = to_int32(std::round(sum_x / static_cast<float>(n)));
+    const int32_t cy = to_int32(std::round(sum_y / static_cast<float>(n)));
+    int64_t area = 0;
     uint32_t count = 0;
     for (size_t c = 0; c < columns.size(); ++c) {
         std::vector<int32_t>& ys = columns[c];
         std::sort(ys.begin(), ys.end());
         // An unpaired last entry (never made by a closed contour) is dropped.
         for (size_t k = 0; k + 1 < ys.size(); k += 2) {
-            runs[count++] = static_cast<int32_t>(c) + r.x;
+            runs[count++] = to_int32(static_cast<double>(c) + r.x);
             runs[count++] = ys[k];
             runs[count++] = ys[k + 1];
-            area += ys[k + 1] - ys[k] + 1;
+            area += int64_t{ys[k + 1]} - ys[k] + 1;
         }
     }
     runs[count++] = cx;
     runs[count++] = cy;
-    runs[count++] = area;
+    runs[count++] = to_int32(static_cast<double>(area));
     *written = count;
 }
 

@@ -659,3 +659,21 @@ TEST(VlineContour, NegativeCentroidUnpairedEntryAndEmptyInput) {
 }
 
 }  // namespace
+
+namespace {
+
+// Runs spanning most of the 32-bit range: the area saturates, nothing overflows.
+TEST(VerticalRunsLimits, HugeRunsSaturateTheArea) {
+    const lum_point square[4] = {{1, -2000000000}, {2, -2000000000}, {2, 2000000000}, {1, 2000000000}};
+    const lum_rect r{0, 0, 5, 5};
+    int32_t runs[12] = {};
+    uint32_t written = 0;
+    lum_vline_contour(square, 4, &r, runs, &written);
+    ASSERT_EQ(written, 6u);
+    EXPECT_EQ(runs[0], 2);
+    EXPECT_EQ(runs[1], -2000000000);
+    EXPECT_EQ(runs[2], 2000000000);
+    EXPECT_EQ(runs[5], INT32_MAX);
+}
+
+}  // namespace
