@@ -1,7 +1,7 @@
 // Uniform histograms of one-channel regions and the Otsu threshold of an
 // 8-bit region. A histogram is prepared in two steps: the caller asks for the
-// sizes of a specification block and of a work buffer, allocates both,
-// initialises the specification with its levels, then counts.
+// sizes of a set-up block and of a work buffer, allocates both,
+// initialises the set-up block with its levels, then counts.
 #pragma once
 
 #include "primitives/primitive.hpp"
@@ -11,7 +11,7 @@ namespace lum::prim {
 // Sample types of the histogram primitives, numbered like lum_data_format.
 enum histogram_type : int { hist_8u = 1, hist_16u = 2, hist_16s = 3, hist_32f = 4 };
 
-// The specification block: `levels` uniform levels from lower to upper.
+// The set-up block: `levels` uniform levels from lower to upper.
 // level[k] = lower + k * (upper - lower) / (levels - 1), in double precision,
 // never rounded to integers; bin k counts level[k] <= v < level[k + 1].
 struct HistogramSpec {
@@ -21,15 +21,15 @@ struct HistogramSpec {
     double upper;
 };
 
-// Bytes of the specification and of the work buffer. -13 for an unknown type
+// Bytes of the set-up block and of the work buffer. -13 for an unknown type
 // or fewer than two levels, -6 for an empty region, -8 for null outputs.
 LUM_PRIMITIVE(histogram_get_size, int(int type, Size size, int levels, int* spec_bytes, int* buffer_bytes))
-// Fills the specification. -13 for an unknown type, fewer than two levels,
+// Fills the set-up block. -13 for an unknown type, fewer than two levels,
 // bounds that are not finite or lower >= upper.
 LUM_PRIMITIVE(histogram_init_uniform, int(int type, float lower, float upper, int levels, uint8_t* spec))
 
 // Counts the region into counts[0 .. levels - 2]; every count is written.
-// The spec must have been initialised for the same sample type (else -13).
+// The set-up block must have been initialised for the same sample type (else -13).
 LUM_PRIMITIVE(histogram_8u_c1, int(const uint8_t* src, int step, Size size, uint32_t* counts, const uint8_t* spec,
                                    uint8_t* buffer))
 LUM_PRIMITIVE(histogram_16u_c1, int(const uint16_t* src, int step, Size size, uint32_t* counts, const uint8_t* spec,

@@ -24,7 +24,7 @@ constexpr int kIndexChunk = 1024;
 
 bool known_type(int type) { return type >= hist_8u && type <= hist_32f; }
 
-// The levels of one specification, evaluated as the specification defines them.
+// The levels of one set-up block, evaluated as the block set them up.
 struct Levels {
     double lower, range, bins, top;
     int64_t count;  // number of bins
@@ -174,7 +174,7 @@ int histogram_32f_c1(const float* src, int step, Size size, uint32_t* counts, co
     // When a bin spans many units in the last place of the bounds, the
     // computed position is within a quarter bin of the true one: rounded to
     // the nearest level j, the sample lies in bin j - 1 or j, and one
-    // comparison with level j (evaluated as the specification defines it)
+    // comparison with level j (evaluated as the block set it up)
     // decides, without branches or table lookups.
     const double magnitude = std::fabs(s->lower) > std::fabs(s->upper) ? std::fabs(s->lower) : std::fabs(s->upper);
     const bool direct = s->levels <= kTabledLevels && exact.range / exact.bins > 16.0 * magnitude * DBL_EPSILON;

@@ -21,7 +21,7 @@ enum : int {
     border_replicate = 1,
 };
 
-// Bytes of the specification and of the Lanczos initialisation buffer. An
+// Bytes of the set-up block and of the Lanczos initialisation buffer. An
 // unknown interpolation code still gets sizes (the set-up is what refuses it);
 // anti-aliasing is not offered and must be 0.
 LUM_PRIMITIVE(resize_get_size,
@@ -52,7 +52,7 @@ LUM_RESIZE_PRIMITIVES(16u, uint16_t)
 LUM_RESIZE_PRIMITIVES(32f, float)
 #undef LUM_RESIZE_PRIMITIVES
 
-// Layout of the specification block (shared by every instruction-set level).
+// Layout of the set-up block (shared by every instruction-set level).
 struct ResizeSpec {
     uint32_t magic;
     int32_t interpolation;

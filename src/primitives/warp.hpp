@@ -1,4 +1,4 @@
-// Affine warp: the rotation matrix, the specification and work-buffer queries,
+// Affine warp: the rotation matrix, the set-up block and work-buffer queries,
 // the set-up for nearest and linear sampling, and the warp kernels for 8u C1,
 // 8u C3, 16u C1 and 32f C1. The matrix maps source to destination coordinates
 // (pixel centres on integers); each destination pixel is sampled at the
@@ -47,7 +47,7 @@ LUM_WARP_PRIMITIVES(16u_c1, uint16_t)
 LUM_WARP_PRIMITIVES(32f_c1, float)
 #undef LUM_WARP_PRIMITIVES
 
-// Layout of the specification block.
+// Layout of the set-up block.
 struct WarpSpec {
     uint32_t magic;
     int32_t interpolation;

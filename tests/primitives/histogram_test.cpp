@@ -126,7 +126,7 @@ TEST(HistogramKernels, RefusedArguments) {
     EXPECT_EQ(lum::prim::histogram_init_uniform(lum::prim::hist_8u, 0, NAN, 3, spec), -13);
     EXPECT_EQ(lum::prim::histogram_init_uniform(lum::prim::hist_8u, 2, 1, 3, spec), -13);
     EXPECT_EQ(lum::prim::histogram_init_uniform(lum::prim::hist_8u, -FLT_MAX, FLT_MAX, 3, spec), 0);
-    // A specification made for another sample type is refused.
+    // A set-up block made for another sample type is refused.
     ASSERT_EQ(lum::prim::histogram_init_uniform(lum::prim::hist_16u, 0, 1, 3, spec), 0);
     uint8_t px[8] = {}, buffer[4096];
     uint32_t counts[2];

@@ -134,7 +134,7 @@ TEST(ResizeKernels, EngineRefusesBadCodesAndChannelCounts) {
     EXPECT_EQ(lum::resize_8u(src, 64, s, dst, 64, d, 3, 16), 0);
 }
 
-TEST(ResizeKernels, KernelsCheckTheirSpecificationAndArguments) {
+TEST(ResizeKernels, KernelsCheckTheirSetUpBlockAndArguments) {
     using namespace lum::prim;
     int spec_bytes = 0, init_bytes = 0, work_bytes = 0;
     ASSERT_EQ(resize_get_size({8, 8}, {4, 4}, 2, 0, &spec_bytes, &init_bytes), 0);
