@@ -3,6 +3,8 @@
 // without the mutex while other threads register or release sets.
 #include "segment/contour_store.hpp"
 
+#include "image/slot_table.hpp"
+
 #include <atomic>
 #include <bit>
 #include <mutex>
@@ -72,57 +74,36 @@ contour_set::~contour_set() {
 }
 
 namespace {
-constexpr int kChunks = 25;  // 64 * (2^25 - 1) slots: every non-negative int32 handle
-std::atomic<std::atomic<contour_set*>*> g_chunks[kChunks];
-std::atomic<int32_t> g_count{0};
+slot_table<contour_set> g_slots;
 std::mutex g_lock;
 int32_t g_lowest_free = 0;  // no empty slot below this index; guarded by g_lock
-
-struct Place {
-    int chunk;
-    uint32_t offset;
-};
-Place place_of(int32_t handle) {
-    const uint32_t v = static_cast<uint32_t>(handle) + 64u;
-    const int top = std::bit_width(v) - 1;
-    return {top - 6, v - (1u << top)};
-}
-std::atomic<contour_set*>& cell(int32_t handle) {
-    const Place p = place_of(handle);
-    return g_chunks[p.chunk].load(std::memory_order_acquire)[p.offset];
-}
 }  // namespace
 
-int32_t slot_count() { return g_count.load(std::memory_order_acquire); }
+int32_t slot_count() { return g_slots.count(); }
 
-contour_set* slot(int32_t handle) { return cell(handle).load(std::memory_order_acquire); }
+contour_set* slot(int32_t handle) { return g_slots.cell(handle).load(std::memory_order_acquire); }
 
 int32_t register_set(std::unique_ptr<contour_set> set) {
     std::lock_guard<std::mutex> guard(g_lock);
-    const int32_t n = g_count.load(std::memory_order_relaxed);
+    const int32_t n = g_slots.count();
     // Sets that are never fetched keep their slots, so the search starts at the
     // lowest slot a release may have emptied instead of at 0 every time.
     for (int32_t h = g_lowest_free; h < n; ++h) {
-        if (cell(h).load(std::memory_order_relaxed) == nullptr) {
+        if (g_slots.cell(h).load(std::memory_order_relaxed) == nullptr) {
             g_lowest_free = h + 1;
-            cell(h).store(set.release(), std::memory_order_release);
+            g_slots.cell(h).store(set.release(), std::memory_order_release);
             return h;
         }
     }
-    g_lowest_free = n + 1;
-    const Place p = place_of(n);
-    if (!g_chunks[p.chunk].load(std::memory_order_relaxed)) {
-        auto* chunk = new std::atomic<contour_set*>[size_t{64} << p.chunk]();
-        g_chunks[p.chunk].store(chunk, std::memory_order_release);
-    }
-    cell(n).store(set.release(), std::memory_order_release);
-    g_count.store(n + 1, std::memory_order_release);
-    return n;
+    const int32_t h = g_slots.append(set.get());
+    set.release();
+    g_lowest_free = h + 1;
+    return h;
 }
 
 void release(int32_t handle) {
     std::lock_guard<std::mutex> guard(g_lock);
-    contour_set* set = cell(handle).exchange(nullptr, std::memory_order_acq_rel);
+    contour_set* set = g_slots.cell(handle).exchange(nullptr, std::memory_order_acq_rel);
     if (handle < g_lowest_free) g_lowest_free = handle;
     delete set;
 }
