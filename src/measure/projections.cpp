@@ -41,7 +41,7 @@ int8_t check_destination(const img& frame, const img* dst, uint32_t index, uint3
 template <class T>
 struct extreme_kernels {
     prim::Dispatch<int(const T*, int, T*, int, prim::Size)> pixels;
-    prim::Dispatch<int(const T*, int, prim::Size, T*, int)> rows;
+    prim::Dispatch<int(const T*, int, T*, int, prim::Size)> rows;
     prim::Dispatch<int(const T*, int, prim::Size, T*)> columns;
 };
 
@@ -53,7 +53,7 @@ int8_t project_extreme(const img& frame, img& dst, uint32_t index, int32_t dir, 
             return map_status(k.pixels(src, step_of(frame), static_cast<T*>(dst.frame_buf), step_of(dst),
                                        size_of(frame)));
         case per_row:
-            return map_status(k.rows(src, step_of(frame), size_of(frame), pixel_at<T>(dst, index, 0), step_of(dst)));
+            return map_status(k.rows(src, step_of(frame), pixel_at<T>(dst, index, 0), step_of(dst), size_of(frame)));
         default:
             return map_status(k.columns(src, step_of(frame), size_of(frame), pixel_at<T>(dst, 0, index)));
     }
@@ -88,7 +88,7 @@ int8_t project_mean(const img& frame, img& dst, img& acc, uint32_t index, uint32
                                    count));
         }
         case per_row:
-            return map_status(row_mean(src, step_of(frame), size_of(frame), pixel_at<T>(dst, index, 0), step_of(dst)));
+            return map_status(row_mean(src, step_of(frame), pixel_at<T>(dst, index, 0), step_of(dst), size_of(frame)));
         default: {
             const auto work = make_scratch<double>(frame.width);
             if (!work) return no_memory;

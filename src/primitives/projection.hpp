@@ -9,10 +9,10 @@
 namespace lum::prim {
 
 // dst[r * dst_step] = max (min) of row r, for every row of the region.
-LUM_PRIMITIVE(row_max_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* dst, int dst_step))
-LUM_PRIMITIVE(row_max_16u_c1, int(const uint16_t* src, int step, Size size, uint16_t* dst, int dst_step))
-LUM_PRIMITIVE(row_min_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* dst, int dst_step))
-LUM_PRIMITIVE(row_min_16u_c1, int(const uint16_t* src, int step, Size size, uint16_t* dst, int dst_step))
+LUM_PRIMITIVE(row_max_8u_c1, int(const uint8_t* src, int step, uint8_t* dst, int dst_step, Size size))
+LUM_PRIMITIVE(row_max_16u_c1, int(const uint16_t* src, int step, uint16_t* dst, int dst_step, Size size))
+LUM_PRIMITIVE(row_min_8u_c1, int(const uint8_t* src, int step, uint8_t* dst, int dst_step, Size size))
+LUM_PRIMITIVE(row_min_16u_c1, int(const uint16_t* src, int step, uint16_t* dst, int dst_step, Size size))
 
 // In place on one row: row[x] = max (min) of row[x] and column x of the region.
 LUM_PRIMITIVE(column_max_8u_c1ir, int(const uint8_t* src, int step, Size size, uint8_t* row))
@@ -21,9 +21,9 @@ LUM_PRIMITIVE(column_min_8u_c1ir, int(const uint8_t* src, int step, Size size, u
 LUM_PRIMITIVE(column_min_16u_c1ir, int(const uint16_t* src, int step, Size size, uint16_t* row))
 
 // dst[r * dst_step] = mean of row r (exact sums, divided once).
-LUM_PRIMITIVE(row_mean_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* dst, int dst_step))
-LUM_PRIMITIVE(row_mean_16u_c1, int(const uint16_t* src, int step, Size size, uint16_t* dst, int dst_step))
-LUM_PRIMITIVE(row_mean_32f_c1, int(const float* src, int step, Size size, float* dst, int dst_step))
+LUM_PRIMITIVE(row_mean_8u_c1, int(const uint8_t* src, int step, uint8_t* dst, int dst_step, Size size))
+LUM_PRIMITIVE(row_mean_16u_c1, int(const uint16_t* src, int step, uint16_t* dst, int dst_step, Size size))
+LUM_PRIMITIVE(row_mean_32f_c1, int(const float* src, int step, float* dst, int dst_step, Size size))
 
 // row[x] = mean of column x; `work` holds size.width doubles of column sums.
 LUM_PRIMITIVE(column_mean_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* row, double* work))

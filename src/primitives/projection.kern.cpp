@@ -46,7 +46,7 @@ inline T to_sample(double v) {
 }
 
 template <class T, bool Max>
-int row_extreme(const T* src, int step, Size size, T* dst, int dst_step) {
+int row_extreme(const T* src, int step, T* dst, int dst_step, Size size) {
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
     for (int y = 0; y < size.height; ++y) {
@@ -101,7 +101,7 @@ double row_total(const T* __restrict s, int n) {
 }
 
 template <class T>
-int row_mean(const T* src, int step, Size size, T* dst, int dst_step) {
+int row_mean(const T* src, int step, T* dst, int dst_step, Size size) {
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
     for (int y = 0; y < size.height; ++y)
@@ -156,13 +156,13 @@ int accumulator_mean(const float* acc, int acc_step, T* dst, int dst_step, Size 
 
 }  // namespace
 
-int row_max_8u_c1(const uint8_t* s, int st, Size z, uint8_t* d, int ds) { return row_extreme<uint8_t, true>(s, st, z, d, ds); }
-int row_max_16u_c1(const uint16_t* s, int st, Size z, uint16_t* d, int ds) {
-    return row_extreme<uint16_t, true>(s, st, z, d, ds);
+int row_max_8u_c1(const uint8_t* s, int st, uint8_t* d, int ds, Size z) { return row_extreme<uint8_t, true>(s, st, d, ds, z); }
+int row_max_16u_c1(const uint16_t* s, int st, uint16_t* d, int ds, Size z) {
+    return row_extreme<uint16_t, true>(s, st, d, ds, z);
 }
-int row_min_8u_c1(const uint8_t* s, int st, Size z, uint8_t* d, int ds) { return row_extreme<uint8_t, false>(s, st, z, d, ds); }
-int row_min_16u_c1(const uint16_t* s, int st, Size z, uint16_t* d, int ds) {
-    return row_extreme<uint16_t, false>(s, st, z, d, ds);
+int row_min_8u_c1(const uint8_t* s, int st, uint8_t* d, int ds, Size z) { return row_extreme<uint8_t, false>(s, st, d, ds, z); }
+int row_min_16u_c1(const uint16_t* s, int st, uint16_t* d, int ds, Size z) {
+    return row_extreme<uint16_t, false>(s, st, d, ds, z);
 }
 
 int column_max_8u_c1ir(const uint8_t* s, int st, Size z, uint8_t* r) { return column_extreme<uint8_t, true>(s, st, z, r); }
@@ -174,9 +174,9 @@ int column_min_16u_c1ir(const uint16_t* s, int st, Size z, uint16_t* r) {
     return column_extreme<uint16_t, false>(s, st, z, r);
 }
 
-int row_mean_8u_c1(const uint8_t* s, int st, Size z, uint8_t* d, int ds) { return row_mean(s, st, z, d, ds); }
-int row_mean_16u_c1(const uint16_t* s, int st, Size z, uint16_t* d, int ds) { return row_mean(s, st, z, d, ds); }
-int row_mean_32f_c1(const float* s, int st, Size z, float* d, int ds) { return row_mean(s, st, z, d, ds); }
+int row_mean_8u_c1(const uint8_t* s, int st, uint8_t* d, int ds, Size z) { return row_mean(s, st, d, ds, z); }
+int row_mean_16u_c1(const uint16_t* s, int st, uint16_t* d, int ds, Size z) { return row_mean(s, st, d, ds, z); }
+int row_mean_32f_c1(const float* s, int st, float* d, int ds, Size z) { return row_mean(s, st, d, ds, z); }
 
 int column_mean_8u_c1(const uint8_t* s, int st, Size z, uint8_t* r, double* w) { return column_mean(s, st, z, r, w); }
 int column_mean_16u_c1(const uint16_t* s, int st, Size z, uint16_t* r, double* w) {

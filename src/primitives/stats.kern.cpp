@@ -191,7 +191,7 @@ int mean_stddev_32f(const float* src, int step, Size size, double* mean, double*
 template <class T>
 int head_to_boundary(const T* d, int n) {
     const auto misalign = static_cast<int>(reinterpret_cast<uintptr_t>(d) & 63);
-    if (misalign % sizeof(T)) return 0;
+    if (misalign % sizeof(T)) return n;  // never reaches a boundary: the whole row is head
     const int head = ((64 - misalign) & 63) / static_cast<int>(sizeof(T));
     return head < n ? head : n;
 }
@@ -208,6 +208,7 @@ template <class T, bool Max>
 void pick_row(const T* __restrict p, const T* q, T* d, int n) {
     const int head = head_to_boundary(d, n);
     for (int x = 0; x < head; ++x) d[x] = pick_one<T, Max>(p[x], q[x]);
+    if (head == n) return;
     T* da = static_cast<T*>(__builtin_assume_aligned(d + head, 64));
     const T* pa = p + head;
     const T* qa = q + head;
@@ -220,6 +221,7 @@ template <class T, bool Max>
 void pick_row_in_place(const T* __restrict p, T* __restrict d, int n) {
     const int head = head_to_boundary(d, n);
     for (int x = 0; x < head; ++x) d[x] = pick_one<T, Max>(p[x], d[x]);
+    if (head == n) return;
     T* __restrict da = static_cast<T*>(__builtin_assume_aligned(d + head, 64));
     const T* __restrict pa = p + head;
     for (int x = 0; x < n - head; ++x) da[x] = pick_one<T, Max>(pa[x], da[x]);

@@ -278,6 +278,9 @@ private:
 // rows would leave the buffer, -5 when the start-point scan fails.
 int8_t trace_image(const img& im, contour_set& set) {
     const int bps = bytes_per_sample(im.pix_type);
+    // Rows are addressed by a pitch in samples, so only the buffer's start must
+    // sit on a sample; a borrowed one that does not is refused like the kernels do.
+    if (reinterpret_cast<uintptr_t>(im.frame_buf) % bps != 0) return map_status(prim::st_misaligned);
     const int64_t pitch = static_cast<int64_t>(im.step_bytes) / bps;
     if (im.width >= 2 && im.height >= 2 && !region_in_buffer(im, 0, 0, im.width, im.height, pitch * bps))
         return beyond_image;

@@ -45,7 +45,7 @@ TEST(ProjectionKernels, RowAndColumnExtremes) {
                 for (int x = 0; x < w; ++x) m = std::max(m, p.at(x, y));
                 want[7 * y + 3] = m;
             }
-            ASSERT_EQ(lum::prim::row_max_16u_c1(p.data.data(), p.step, p.size(), col.data() + 3, 14), 0);
+            ASSERT_EQ(lum::prim::row_max_16u_c1(p.data.data(), p.step, col.data() + 3, 14, p.size()), 0);
             ASSERT_EQ(col, want) << w;
 
             Plane<uint8_t> q(w, h, w + 1, 256);
@@ -71,7 +71,7 @@ void check_means(RowK row_mean, ColK column_mean, int range) {
         Plane<T> p(w, h, w * 3, range);
         std::vector<T> col(h * 2), row(w);
         std::vector<double> work(w);
-        ASSERT_EQ(row_mean(p.data.data(), p.step, p.size(), col.data(), 2 * int(sizeof(T))), 0);
+        ASSERT_EQ(row_mean(p.data.data(), p.step, col.data(), 2 * int(sizeof(T)), p.size()), 0);
         ASSERT_EQ(column_mean(p.data.data(), p.step, p.size(), row.data(), work.data()), 0);
         for (int y = 0; y < h; ++y) {
             double s = 0;
