@@ -1,6 +1,7 @@
 // The fuzz driver reads its input as a small program of calls to the C
 // interface. This header holds the reader and the world of images that the
-// calls work on; fuzz_interface.cpp holds the table of calls.
+// calls work on; fuzz_calls.cpp holds the table of calls, which the fuzzer
+// (fuzz_interface.cpp) and the failure-atomicity test both run.
 #pragma once
 
 #include <cstdint>
@@ -29,6 +30,17 @@ public:
         const uint32_t span = static_cast<uint32_t>(hi - lo) + 1;
         return lo + static_cast<int32_t>(u16() % span);
     }
+    // Like in(), but a value between hi and 2^28 becomes hi: sizes that only make an
+    // operation fill hundreds of megabytes slow the run down and find nothing new,
+    // while the far extremes still reach the overflow checks.
+    // With tame_extremes() every value beyond cap becomes cap: an element of 2^28 x 12
+    // is a legal request for gigabytes, which a test does not want to make.
+    int32_t moderate(int32_t lo, int32_t hi, int32_t cap) {
+        const int32_t v = in(lo, hi);
+        const int32_t far = tame_ ? 0 : (1 << 28);
+        return v > cap && (tame_ || v < far) ? cap : v < -cap && (tame_ || v > -far) ? -cap : v;
+    }
+    void tame_extremes() { tame_ = true; }
     bool chance(int percent) { return u8() % 100 < percent; }
     double real() {
         switch (u8() % 12) {
@@ -49,6 +61,7 @@ private:
     const uint8_t* data_;
     size_t size_;
     size_t pos_ = 0;
+    bool tame_ = false;
 };
 
 // Buffers handed out as outputs and tables: large enough for any honest use
@@ -61,11 +74,17 @@ class World {
 public:
     ~World();
     int32_t create();
-    void destroy(int32_t handle);
+    int destroy(int32_t handle);
     // A live, destroyed, out-of-range or arbitrary handle.
     int32_t handle(Input& in);
+    // The handles handle() gave since the last forget_picked(), in order.
+    const std::vector<int32_t>& picked() const { return picked_; }
+    void forget_picked() { picked_.clear(); }
     // A caller buffer described honestly, with a spare row like the library's own.
-    void borrow(int32_t handle, Input& in);
+    int borrow(int32_t handle, Input& in);
+    // Images initialised through the table stay below this size (16 MiB unless set).
+    void limit_image_bytes(uint64_t bytes) { image_bytes_limit_ = bytes; }
+    uint64_t image_bytes_limit() const { return image_bytes_limit_; }
     void* scratch() { return scratch_->bytes; }
     void* maybe_null(Input& in) { return in.chance(8) ? nullptr : scratch(); }
     // The scratch buffer with its first `bytes` bytes taken from the input
@@ -80,9 +99,10 @@ public:
 
     // Contour sets the driver was handed; fetched with honest arrays, at the latest at the end.
     void keep_contours(int32_t set, uint32_t total, uint32_t count);
-    void fetch_contours(Input& in);
+    int fetch_contours(Input& in);
 
 private:
+    int32_t pick(Input& in);
     struct ContourSet {
         int32_t handle;
         uint32_t total;
@@ -90,12 +110,21 @@ private:
     };
     std::vector<ContourSet> sets_;
     std::vector<int32_t> live_;
+    std::vector<int32_t> picked_;
+    uint64_t image_bytes_limit_ = 16ull << 20;
     std::vector<int32_t> dead_;
     std::vector<void*> borrowed_;
     static Scratch* scratch_;
 };
 
-using Call = std::function<void(World&, Input&)>;
+// What a call returns when its guard kept it from reaching the library, or
+// when the function it called returns no status.
+inline constexpr int skipped = 1000;
+
+struct Call {
+    const char* name;  // the exported functions it calls, without the prefix
+    std::function<int(World&, Input&)> run;
+};
 const std::vector<Call>& calls();
 
 }  // namespace lum::fuzz
