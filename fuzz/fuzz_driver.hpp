@@ -26,19 +26,20 @@ public:
     int32_t in(int32_t lo, int32_t hi) {
         const uint8_t sel = u8();
         if (sel == 255) return static_cast<int32_t>(u32());
-        if (sel == 254) return sel & 1 ? INT32_MIN : INT32_MAX;
+        if (sel == 254) return u8() & 1 ? INT32_MIN : INT32_MAX;
         const uint32_t span = static_cast<uint32_t>(hi - lo) + 1;
         return lo + static_cast<int32_t>(u16() % span);
     }
-    // Like in(), but a value between hi and 2^28 becomes hi: sizes that only make an
-    // operation fill hundreds of megabytes slow the run down and find nothing new,
-    // while the far extremes still reach the overflow checks.
-    // With tame_extremes() every value beyond cap becomes cap: an element of 2^28 x 12
-    // is a legal request for gigabytes, which a test does not want to make.
+    // Like in(), but a value beyond cap becomes cap, or the type's limit when it is far
+    // beyond (2^28 or more): a size of 2^28 x 2 is a legal request for half a gigabyte,
+    // which slows the run down and finds nothing new, while the limits still reach the
+    // overflow checks. With tame_extremes() every value beyond cap becomes cap.
     int32_t moderate(int32_t lo, int32_t hi, int32_t cap) {
         const int32_t v = in(lo, hi);
-        const int32_t far = tame_ ? 0 : (1 << 28);
-        return v > cap && (tame_ || v < far) ? cap : v < -cap && (tame_ || v > -far) ? -cap : v;
+        if (v >= -cap && v <= cap) return v;
+        const bool far = v >= (1 << 28) || v <= -(1 << 28);
+        if (tame_ || !far) return v > 0 ? cap : -cap;
+        return v > 0 ? INT32_MAX : INT32_MIN;
     }
     void tame_extremes() { tame_ = true; }
     bool chance(int percent) { return u8() % 100 < percent; }
