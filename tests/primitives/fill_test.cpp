@@ -1,6 +1,7 @@
 // Fill, copy and "greater than T becomes V" kernels: every processor variant
 // against a plain reference on odd widths and steps, byte for byte, with the
 // bytes around the region left alone.
+#include <string>
 #include <vector>
 
 #include "primitives/fill.hpp"
@@ -162,6 +163,43 @@ TEST(Dispatch, IndexIsDetectedOnceAndCanBeForced) {
     EXPECT_EQ(lum::prim::compiled_level_for(5), 2);
     EXPECT_EQ(lum::prim::compiled_level_for(4), 1);
     EXPECT_EQ(lum::prim::compiled_level_for(3), 0);
+}
+
+// A 16-bit region must start on, and step by, whole samples; an empty region
+// keeps its own status, and 8-bit regions may start and step anywhere.
+TEST(Dispatch, MisalignedWideRegionsAreRefusedBeforeTheKernel) {
+    alignas(64) uint8_t bytes[256];
+    for (int k = 0; k < 256; ++k) bytes[k] = static_cast<uint8_t>(k);
+    const std::vector<uint8_t> before(bytes, bytes + 256);
+    auto* even = reinterpret_cast<uint16_t*>(bytes);
+    auto* odd = reinterpret_cast<uint16_t*>(bytes + 1);
+    EXPECT_EQ(lum::prim::set_16u_c1(7, odd, 32, {4, 2}), lum::prim::st_misaligned);
+    EXPECT_EQ(lum::prim::set_16u_c1(7, even, 33, {4, 2}), lum::prim::st_misaligned);
+    EXPECT_EQ(lum::prim::copy_16u_c1(even, 32, even + 64, 31, {4, 2}), lum::prim::st_misaligned);
+    EXPECT_EQ(lum::prim::copy_16u_c1(odd, 32, even + 64, 32, {4, 2}), lum::prim::st_misaligned);
+    EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + 256), before);
+    EXPECT_EQ(lum::prim::set_16u_c1(7, odd, 33, {0, 2}), lum::prim::st_size);
+    EXPECT_EQ(lum::prim::set_8u_c1(7, bytes + 1, 33, {4, 2}), 0);
+    EXPECT_EQ(lum::prim::set_16u_c1(7, even + 1, 34, {4, 2}), 0);
+}
+
+// Through the C interface: a 16-bit destination borrowed at an odd address,
+// or written as 16-bit samples while described as an odd-step 8-bit image.
+TEST(Dispatch, MisalignedBorrowedBuffersGiveMinusFiveAndStayUntouched) {
+    lum::test::Image src(6, 4, lum_fmt_16u, lum_color);
+    src.randomize(3);
+    std::vector<uint8_t> host(64 * 6, 0x5A);
+    lum_info odd_step{6, 4, 0, 0, 13, lum_fmt_8u, 8, lum_gray, host.data()};  // room for 16-bit rows
+    lum::test::Image gray;
+    ASSERT_EQ(lum_init_image_ex(gray, &odd_step), 0);
+    const std::string printed =
+        lum::test::captured_stdout([&] { EXPECT_EQ(lum_color_to_gray(src, gray), -5); });
+    EXPECT_EQ(printed, "IPP function failed,return value -16.\n");
+    lum_info odd_start{6, 4, 0, 0, 40, lum_fmt_16u, 16, lum_gray, host.data() + 1};
+    lum::test::Image wide;
+    ASSERT_EQ(lum_init_image_ex(wide, &odd_start), 0);
+    lum::test::captured_stdout([&] { EXPECT_EQ(lum_mirrorI(wide, 1), -5); });
+    EXPECT_EQ(host, std::vector<uint8_t>(64 * 6, 0x5A));
 }
 
 }  // namespace
