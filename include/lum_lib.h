@@ -331,6 +331,10 @@ LUM_API int32_t lum_expand_contour(const lum_point* points, int32_t count, const
 /* Vertical runs of a closed contour: triples (column, first row, last row), then (centroid x, centroid y,
  * area); written receives the number of integers. Nothing happens when a pointer is null. */
 LUM_API void    lum_vline_contour(const lum_point* points, int32_t count, const lum_rect* rect, int32_t* runs, uint32_t* written);
+/* Frees the contour set in slot `set` without copying it out, whatever it holds (a set of no contours
+ * included): a host that does not fetch a set releases it so the store does not grow. 0 released,
+ * -6 a handle outside the store, -32 an empty slot. */
+LUM_API int8_t  lum_release_contours(int32_t set);
 /* (end of section) */
 
 
@@ -378,6 +382,9 @@ public:
 
     img();
     ~img();
+    /* Copying would leave two records owning one buffer: not available. */
+    img(const img&) = delete;
+    /* Member-wise: the two records then share one buffer (and both may release it when it is owned). */
     img& operator=(const img& other);
     signed char init(int width, int height, lum_data_format format, lum_channels channels, int valid_bits);
     signed char init_ext(const lum_info* info);

@@ -101,11 +101,17 @@ int32_t register_set(std::unique_ptr<contour_set> set) {
     return h;
 }
 
-void release(int32_t handle) {
-    std::lock_guard<std::mutex> guard(g_lock);
-    contour_set* set = g_slots.cell(handle).exchange(nullptr, std::memory_order_acq_rel);
-    if (handle < g_lowest_free) g_lowest_free = handle;
+bool release_if_held(int32_t handle) {
+    contour_set* set;
+    {
+        std::lock_guard<std::mutex> guard(g_lock);
+        set = g_slots.cell(handle).exchange(nullptr, std::memory_order_acq_rel);
+        if (set && handle < g_lowest_free) g_lowest_free = handle;
+    }
     delete set;
+    return set != nullptr;
 }
+
+void release(int32_t handle) { release_if_held(handle); }
 
 }  // namespace lum::contours

@@ -70,5 +70,7 @@ int32_t slot_count();
 contour_set* slot(int32_t handle);
 // Frees the set in slot `handle` and empties the slot.
 void release(int32_t handle);
+// As release, under the mutex whatever the slot holds; false when it was already empty.
+bool release_if_held(int32_t handle);
 
 }  // namespace lum::contours

@@ -361,6 +361,11 @@ int8_t get_contours_result(int32_t handle, int32_t* result, uint32_t* sizes) {
     return ok;
 }
 
+int8_t release_contours(int32_t handle) {
+    if (handle < 0 || handle >= slot_count()) return bad_handle;
+    return release_if_held(handle) ? ok : empty_item;
+}
+
 void vline_contour(const lum_point* p, int32_t n, lum_rect r, int32_t* runs, uint32_t* written) {
     if (n <= 0) {
         *written = 0;
@@ -435,6 +440,8 @@ LUM_API int32_t lum_expand_contour(const lum_point* points, int32_t count, const
         return lum::no_memory;
     }
 }
+
+LUM_API int8_t lum_release_contours(int32_t set) { return lum::contours::release_contours(set); }
 
 LUM_API void lum_vline_contour(const lum_point* points, int32_t count, const lum_rect* rect, int32_t* runs,
                                uint32_t* written) {

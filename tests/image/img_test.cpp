@@ -2,11 +2,16 @@
 // clearing and single-pixel access.
 #include <cerrno>
 #include <cstdint>
+#include <type_traits>
 
 #include "image/image.hpp"
 #include "support/support.hpp"
 
 namespace {
+
+// A copy would leave two records owning one buffer; assignment stays member-wise.
+static_assert(!std::is_copy_constructible_v<img>);
+static_assert(std::is_copy_assignable_v<img>);
 
 TEST(ImgInit, StepRoundsWidthDownThenAddsSixteenPixels) {
     img a;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "lum_lib.h"
+#include "segment/contour_store.hpp"
 
 namespace {
 
@@ -72,10 +73,12 @@ void cycle(int k) {
     lum_morph_open_close(gray, gray, &param);
     uint32_t total = 0, count = 0;
     const int32_t set = lum_find_contours(gray, &total, &count);
-    if (set >= 0) {
+    if (set >= 0 && count > 0) {
         std::vector<int32_t> points(total);
         std::vector<uint32_t> sizes(count);
         lum_get_contours_result(set, points.data(), sizes.data());
+    } else if (set >= 0) {
+        lum_release_contours(set);
     }
     uint8_t samples[512];
     uint32_t sample_count = 0;
@@ -134,6 +137,29 @@ TEST(Memory, TenThousandCyclesReturnTheHeapToWhereItStarted) {
     const int32_t next = lum_create_image();
     EXPECT_EQ(next, 0);
     lum_destroy_image(next);
+}
+
+TEST(Memory, EmptyFramesWithReleaseKeepTheStoreAtOneSlot) {
+    // An inspection line: most frames hold nothing, and the host releases the empty set.
+    const int32_t frame = lum_create_image();
+    ASSERT_EQ(lum_init_image(frame, 64, 48, lum_fmt_8u, lum_gray, 8), 0);
+    uint32_t total = 0, count = 0;
+    const int32_t first = lum_find_contours(frame, &total, &count);
+    ASSERT_GE(first, 0);
+    ASSERT_EQ(lum_release_contours(first), 0);
+    const int32_t slots = lum::contours::slot_count();
+    const size_t heap_before = heap_in_use();
+    for (int k = 0; k < 100000; ++k) {
+        const int32_t set = lum_find_contours(frame, &total, &count);
+        ASSERT_EQ(set, first);
+        ASSERT_EQ(count, 0u);
+        ASSERT_EQ(lum_release_contours(set), 0);
+    }
+    EXPECT_EQ(lum::contours::slot_count(), slots);
+    if (heap_before > 0) {
+        EXPECT_EQ(heap_in_use(), heap_before);
+    }
+    lum_destroy_image(frame);
 }
 
 }  // namespace

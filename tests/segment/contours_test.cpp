@@ -312,6 +312,31 @@ TEST(FindContours, ImageOfOneRowGivesAnEmptySetThatCannotBeFetched) {
     EXPECT_EQ(lum_get_contours_result(handle, result, sizes), -32);  // still registered
 }
 
+TEST(ReleaseContours, FreesEmptyAndFullSetsOnceAndChecksTheHandle) {
+    Image empty(16, 16, lum_fmt_8u, lum_gray);
+    Image square(16, 16, lum_fmt_8u, lum_gray);
+    fill_rect<uint8_t>(square, 2, 2, 5, 5);
+    uint32_t total = 0, count = 0;
+    const int32_t none = lum_find_contours(empty, &total, &count);
+    ASSERT_GE(none, 0);
+    ASSERT_EQ(count, 0u);
+    const int32_t one = lum_find_contours(square, &total, &count);
+    ASSERT_GE(one, 0);
+    ASSERT_EQ(count, 1u);
+    EXPECT_EQ(lum_release_contours(none), 0);
+    EXPECT_EQ(lum_release_contours(one), 0);
+    EXPECT_EQ(lum_release_contours(one), -32);  // already empty
+    int32_t result[64];
+    uint32_t sizes[1];
+    EXPECT_EQ(lum_get_contours_result(one, result, sizes), -32);
+    EXPECT_EQ(lum_release_contours(-1), -6);
+    EXPECT_EQ(lum_release_contours(lum::contours::slot_count()), -6);
+    // The emptied slot is the next one a find takes.
+    const int32_t again = lum_find_contours(empty, &total, &count);
+    EXPECT_EQ(again, std::min(none, one));
+    EXPECT_EQ(lum_release_contours(again), 0);
+}
+
 TEST(FindContours, StatusCodesAndTheirOrder) {
     uint32_t total = 0, count = 0;
     EXPECT_EQ(lum_find_contours(-1, &total, &count), -6);
