@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "image/buffer.hpp"
 #include "image/image.hpp"
 #include "image/registry.hpp"
 #include "primitives/primitive.hpp"
