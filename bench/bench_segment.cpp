@@ -91,8 +91,9 @@ const Case clip_both_16u("clipI 16u both bounds (TRUNC + TOZERO)", [] {
 const Case below_to_zero_32f("below-to-value 32f in place (TOZERO)", [] {
     F a = frame(lum_fmt_32f);
     Timed t{[a] {
-                prim::threshold_lt_val_32f_c1ir(static_cast<float*>(a->data()), a->step(), {kWidth, kHeight}, 100.0f,
-                                                0.0f);
+                float* p = static_cast<float*>(a->data());
+                prim::threshold<float, prim::thr::below<float>>(p, a->step(), p, a->step(), {kWidth, kHeight},
+                                                                {100.0f, 0.0f});
             },
             {}, "kernel"};
 #ifdef LUM_HAVE_OPENCV

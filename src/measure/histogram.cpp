@@ -25,20 +25,13 @@ int8_t histogram(const img* image, const lum_rect* rect, float lower, float uppe
     if (!spec || !buffer) return no_memory;
     LUM_CHECK(map_status(prim::histogram_init_uniform(type, lower, upper, levels, spec.get())));
 
-    const int step = step_of(im);
-    switch (im.pix_type) {
-        case lum_fmt_8u:
-            return map_status(prim::histogram_8u_c1(pixel_at<uint8_t>(im, rect->x, rect->y), step, size, counts,
-                                                    spec.get(), buffer.get()));
-        case lum_fmt_16u:
-            return map_status(prim::histogram_16u_c1(pixel_at<uint16_t>(im, rect->x, rect->y), step, size, counts,
-                                                     spec.get(), buffer.get()));
-        case lum_fmt_32f:
-            return map_status(prim::histogram_32f_c1(pixel_at<float>(im, rect->x, rect->y), step, size, counts,
-                                                     spec.get(), buffer.get()));
-        default:
-            return bad_format;
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
+        if (!span_fits(im, int64_t{rect->y} * im.step_bytes + int64_t{rect->x} * sizeof(T), rect->height,
+                       im.step_bytes, int64_t{rect->width} * sizeof(T)))
+            return beyond_image;
+        return map_status(prim::histogram<T>(pixel_at<const T>(im, rect->x, rect->y), step_of(im), size, counts,
+                                             spec.get(), buffer.get()));
+    });
 }
 
 }  // namespace

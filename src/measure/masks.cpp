@@ -1,14 +1,13 @@
 // Masks: rectangles, ellipses and polygons drawn as 255 on 0 into an 8-bit
 // mask that may view part of a larger plane, and the mean, deviation and
 // extremes of an image's samples under such a mask.
-#include "measure/masks.hpp"
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "image/call_frame.hpp"
+#include "primitives/ellipse.hpp"
 #include "primitives/fill.hpp"
 #include "primitives/mask.hpp"
 
@@ -89,30 +88,6 @@ int8_t draw_rectangle(painter& v, const lum_rect& bounds) {
     uint8_t* first = v.block(rows.lo, rows.hi, cols.lo - v.origin.x, cols.hi - v.origin.x);
     return map_status(prim::set_8u_c1(kInside, first, static_cast<int>(v.step()),
                                       {static_cast<int32_t>(cols.hi - cols.lo), static_cast<int32_t>(rows.hi - rows.lo)}));
-}
-
-// Calls span(plane_row, lo, hi) for each row of the view that the ellipse
-// inscribed in `bounds` crosses, top to bottom, with view columns [lo, hi).
-template <class Span>
-void ellipse_spans(lum_point origin, int32_t width, int32_t height, const lum_rect& bounds, Span&& span_of_row) {
-    const span rows = overlap(bounds.y, bounds.height, origin.y, height);
-    const span cols = overlap(bounds.x, bounds.width, origin.x, width);
-    if (rows.empty() || cols.empty()) return;
-    const float rx = static_cast<float>(bounds.width) * 0.5f;
-    const float ry = static_cast<float>(bounds.height) * 0.5f;
-    const float cx = static_cast<float>(bounds.x) + rx;
-    const float cy = static_cast<float>(bounds.y) + ry;
-    for (int64_t r = rows.lo; r < rows.hi; ++r) {
-        const float d = (static_cast<float>(r) + 0.5f) - cy;
-        // A row beyond the half-axis has a negative radicand: NaN, and no span.
-        const float h = std::sqrt((1.0f - d * d / (ry * ry)) * (rx * rx));
-        if (std::isnan(h)) continue;
-        const int64_t left = static_cast<int64_t>(std::round(cx - h)) - origin.x;
-        const int64_t right = static_cast<int64_t>(std::round(cx + h)) - origin.x;
-        if (right < 0 || left > width) continue;
-        const int64_t lo = std::max<int64_t>(left, 0), hi = std::min<int64_t>(right, width);
-        if (hi > lo) span_of_row(r, lo, hi);
-    }
 }
 
 // Crossing of the edge from a to b with row y, or false when there is none.
@@ -231,47 +206,22 @@ int8_t check_masked(const img* image, int32_t x, int32_t y, const img* mask) {
     return ok;
 }
 
-template <class T>
-int run_masked(statistic what, const img& image, int32_t x, int32_t y, const img& mask, double* mean,
-               double* stddev, float* minimum, float* maximum) {
-    const T* src = pixel_at<const T>(image, x, y);
-    const auto* m = static_cast<const uint8_t*>(mask.frame_buf);
-    const int ss = step_of(image), ms = step_of(mask);
-    const prim::Size size = size_of(mask);
-    if constexpr (sizeof(T) == 1) {
-        switch (what) {
-            case statistic::mean: return prim::mean_8u_c1mr(src, ss, m, ms, size, mean);
-            case statistic::mean_stddev: return prim::mean_stddev_8u_c1mr(src, ss, m, ms, size, mean, stddev);
-            case statistic::min_max: return prim::min_max_8u_c1mr(src, ss, m, ms, size, minimum, maximum);
-        }
-    } else {
-        switch (what) {
-            case statistic::mean: return prim::mean_16u_c1mr(src, ss, m, ms, size, mean);
-            case statistic::mean_stddev: return prim::mean_stddev_16u_c1mr(src, ss, m, ms, size, mean, stddev);
-            case statistic::min_max: return prim::min_max_16u_c1mr(src, ss, m, ms, size, minimum, maximum);
-        }
-    }
-    return prim::st_bad_arg;
-}
-
 int8_t masked_statistic(statistic what, img* image, int32_t x, int32_t y, img* mask, double* mean = nullptr,
                         double* stddev = nullptr, float* minimum = nullptr, float* maximum = nullptr) {
     LUM_CHECK(check_masked(image, x, y, mask));
-    const int status = image->pix_type == lum_fmt_8u
-                           ? run_masked<uint8_t>(what, *image, x, y, *mask, mean, stddev, minimum, maximum)
-                           : run_masked<uint16_t>(what, *image, x, y, *mask, mean, stddev, minimum, maximum);
-    return map_status(status);
+    return with_sample_type<uint8_t, uint16_t>(image->pix_type, [&]<class T>() -> int8_t {
+        const T* src = pixel_at<const T>(*image, x, y);
+        const auto* m = static_cast<const uint8_t*>(mask->frame_buf);
+        const int ss = step_of(*image), ms = step_of(*mask);
+        const prim::Size size = size_of(*mask);
+        if (what == statistic::min_max)
+            return map_status(prim::masked_min_max<T>(src, ss, m, ms, size, minimum, maximum));
+        return map_status(
+            prim::masked_moments<T>(src, ss, m, ms, size, mean, stddev, what == statistic::mean_stddev));
+    });
 }
 
 }  // namespace
-
-int8_t draw_ellipse(uint8_t* buf, int64_t step, int32_t width, int32_t height, lum_point origin,
-                    const lum_rect& bounds) {
-    ellipse_spans(origin, width, height, bounds, [&](int64_t r, int64_t lo, int64_t hi) {
-        std::memset(buf + (r - origin.y) * step + lo, kInside, static_cast<size_t>(hi - lo));
-    });
-    return ok;
-}
 
 }  // namespace lum
 

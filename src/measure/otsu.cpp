@@ -13,6 +13,8 @@ namespace lum::measure {
 namespace {
 
 int8_t otsu_8u(const img& im, const lum_rect& rect, int32_t* threshold) {
+    if (!span_fits(im, int64_t{rect.y} * im.step_bytes + rect.x, rect.height, im.step_bytes, rect.width))
+        return beyond_image;
     uint8_t t = 0;
     LUM_CHECK(map_status(
         prim::otsu_threshold_8u_c1(pixel_at<uint8_t>(im, rect.x, rect.y), step_of(im), size_of(rect), &t)));
@@ -21,16 +23,13 @@ int8_t otsu_8u(const img& im, const lum_rect& rect, int32_t* threshold) {
 }
 
 // The 16-bit image is stretched linearly onto 0..255 through its whole
-// extent, then measured by the 8-bit kernel. The measured area has the
-// rectangle's size but sits at the rescaled image's top-left corner: results
-// are kept identical to what callers of this operation have always seen.
+// extent, then measured by the 8-bit rule. The measured area has the
+// rectangle's size but sits at the top-left corner: results are kept
+// identical to what callers of this operation have always seen. Instead of
+// stretching and narrowing the whole image, the values of the area are
+// counted once and each value present goes through the same scaling and
+// narrowing kernels as a table, which gives the same 8-bit counts.
 int8_t otsu_16u(const img& im, const lum_rect& rect, int32_t* threshold) {
-    // Library-owned temporaries, released by their destructors on every path;
-    // one that could not be allocated stays uninitialised and stops its step.
-    img stretched, narrowed;
-    (void)stretched.init(im.width, im.height, lum_fmt_16u, im.channels, 16);
-    (void)narrowed.init(im.width, im.height, lum_fmt_8u, im.channels, 8);
-
     uint16_t lowest[3] = {}, highest[3] = {};
     const lum_rect all = whole(im);
     LUM_CHECK(min_max(&im, &all, lowest, highest));
@@ -41,22 +40,25 @@ int8_t otsu_16u(const img& im, const lum_rect& rect, int32_t* threshold) {
     const double a = 255.0 / static_cast<double>(highest[0] - lowest[0]);
     const double b = -static_cast<double>(lowest[0]) * a;
 
-    LUM_CHECK(require_initialised(&im, &stretched));
-    if (im.width > stretched.width || im.height > stretched.height) return beyond_image;
-    const prim::Size samples{im.width * static_cast<int32_t>(im.channels), im.height};
-    LUM_CHECK(map_status(prim::scale_16u16u_c1r(static_cast<const uint16_t*>(im.frame_buf), step_of(im),
-                                                static_cast<uint16_t*>(stretched.frame_buf), step_of(stretched),
-                                                samples, a, b)));
+    // Scratch that cannot be had ends the operation as an uninitialised temporary image would.
+    const int values = highest[0] - lowest[0] + 1;
+    const auto counts = make_scratch<uint32_t>(65536);
+    const auto work = make_scratch<uint8_t>(prim::value_count_work_bytes<uint16_t>());
+    const auto stretched = make_scratch<uint16_t>(2 * int64_t{values});
+    const auto narrowed = make_scratch<uint8_t>(values);
+    if (!counts || !work || !stretched || !narrowed) return not_initialised;
+    uint16_t* ramp = stretched.get() + values;
+    for (int v = 0; v < values; ++v) ramp[v] = static_cast<uint16_t>(lowest[0] + v);
+    const prim::Size line{values, 1};
+    LUM_CHECK(map_status(prim::scale_16u16u_c1r(ramp, 2 * values, stretched.get(), 2 * values, line, a, b)));
+    LUM_CHECK(map_status(prim::convert_16u8u_c1r(stretched.get(), 2 * values, narrowed.get(), values, line)));
 
-    LUM_CHECK(require_initialised(&stretched, &narrowed));
-    if (stretched.channels != narrowed.channels) return bad_channels;
-    LUM_CHECK(map_status(prim::convert_16u8u_c1r(static_cast<const uint16_t*>(stretched.frame_buf),
-                                                 step_of(stretched), static_cast<uint8_t*>(narrowed.frame_buf),
-                                                 step_of(narrowed), samples)));
-
-    uint8_t t8 = 0;
-    LUM_CHECK(map_status(prim::otsu_threshold_8u_c1(static_cast<const uint8_t*>(narrowed.frame_buf),
-                                                    step_of(narrowed), size_of(rect), &t8)));
+    // Every sample lies between the extremes, so each has its table entry.
+    LUM_CHECK(map_status(prim::count_values<uint16_t>(static_cast<const uint16_t*>(im.frame_buf), step_of(im),
+                                                      size_of(rect), counts.get(), work.get())));
+    uint32_t h[256] = {};
+    for (int v = 0; v < values; ++v) h[narrowed[v]] += counts[lowest[0] + v];
+    const uint8_t t8 = prim::otsu_threshold_of(h);
     *threshold = static_cast<int32_t>((static_cast<double>(t8) - b) / a);
     return ok;
 }

@@ -3,7 +3,6 @@
 // (each row reduced into a destination column, each column into a row).
 #include "image/call_frame.hpp"
 #include "primitives/projection.hpp"
-#include "primitives/stats.hpp"
 
 namespace lum::measure {
 
@@ -38,64 +37,44 @@ int8_t check_destination(const img& frame, const img* dst, uint32_t index, uint3
     }
 }
 
-template <class T>
-struct extreme_kernels {
-    prim::Dispatch<int(const T*, int, T*, int, prim::Size)> pixels;
-    prim::Dispatch<int(const T*, int, T*, int, prim::Size)> rows;
-    prim::Dispatch<int(const T*, int, prim::Size, T*)> columns;
-};
-
-template <class T>
-int8_t project_extreme(const img& frame, img& dst, uint32_t index, int32_t dir, const extreme_kernels<T>& k) {
-    const T* src = static_cast<const T*>(frame.frame_buf);
-    switch (dir) {
-        case over_sequence:
-            return map_status(k.pixels(src, step_of(frame), static_cast<T*>(dst.frame_buf), step_of(dst),
-                                       size_of(frame)));
-        case per_row:
-            return map_status(k.rows(src, step_of(frame), pixel_at<T>(dst, index, 0), step_of(dst), size_of(frame)));
-        default:
-            return map_status(k.columns(src, step_of(frame), size_of(frame), pixel_at<T>(dst, 0, index)));
-    }
+// The frame's rows stay in its buffer.
+bool frame_fits(const img& frame, int sample_bytes) {
+    return span_fits(frame, 0, frame.height, frame.step_bytes, int64_t{frame.width} * sample_bytes);
 }
 
-const extreme_kernels<uint8_t> max8{prim::max_8u_c1ir, prim::row_max_8u_c1, prim::column_max_8u_c1ir};
-const extreme_kernels<uint16_t> max16{prim::max_16u_c1ir, prim::row_max_16u_c1, prim::column_max_16u_c1ir};
-const extreme_kernels<uint8_t> min8{prim::min_8u_c1ir, prim::row_min_8u_c1, prim::column_min_8u_c1ir};
-const extreme_kernels<uint16_t> min16{prim::min_16u_c1ir, prim::row_min_16u_c1, prim::column_min_16u_c1ir};
+template <class T>
+const T* samples(const img& im) {
+    return static_cast<const T*>(im.frame_buf);
+}
 
-int8_t projection_extreme(const img* frame, img* dst, uint32_t index, uint32_t count, int32_t dir, bool max) {
+template <class Op>
+int8_t projection_extreme(const img* frame, img* dst, uint32_t index, uint32_t count, int32_t dir) {
     LUM_CHECK(require_initialised(frame));
     if (frame->channels != lum_gray) return bad_format;
     if (!dst || !same_kind(*frame, *dst)) return mismatch;
     // Other formats are accepted and left alone.
     if (frame->pix_type != lum_fmt_8u && frame->pix_type != lum_fmt_16u) return ok;
     LUM_CHECK(check_destination(*frame, dst, index, count, dir));
-    if (frame->pix_type == lum_fmt_8u) return project_extreme(*frame, *dst, index, dir, max ? max8 : min8);
-    return project_extreme(*frame, *dst, index, dir, max ? max16 : min16);
-}
-
-template <class T, class Acc, class Mean, class Row, class Column>
-int8_t project_mean(const img& frame, img& dst, img& acc, uint32_t index, uint32_t count, int32_t dir,
-                    const Acc& accumulate, const Mean& mean, const Row& row_mean, const Column& column_mean) {
-    const T* src = static_cast<const T*>(frame.frame_buf);
-    switch (dir) {
-        case over_sequence: {
-            auto* a = static_cast<float*>(acc.frame_buf);
-            LUM_CHECK(map_status(accumulate(src, step_of(frame), a, step_of(acc), size_of(frame), index == 0)));
-            if (index != count - 1) return ok;
-            return map_status(mean(a, step_of(acc), static_cast<T*>(dst.frame_buf), step_of(dst), size_of(frame),
-                                   count));
+    return with_sample_type<uint8_t, uint16_t>(frame->pix_type, [&]<class T>() -> int8_t {
+        if (!frame_fits(*frame, sizeof(T))) return beyond_image;
+        const T* src = samples<T>(*frame);
+        const int fs = step_of(*frame), ds = step_of(*dst);
+        switch (dir) {
+            case over_sequence: {
+                if (!span_fits(*dst, 0, frame->height, dst->step_bytes, int64_t{frame->width} * sizeof(T)))
+                    return beyond_image;
+                T* d = static_cast<T*>(dst->frame_buf);
+                return map_status(prim::binary<T, Op>(src, fs, d, ds, d, ds, size_of(*frame)));
+            }
+            case per_row:
+                return map_status(prim::row_extreme<T, Op>(src, fs, pixel_at<T>(*dst, index, 0), ds, size_of(*frame)));
+            default: {
+                // Every frame row folds into the one destination row.
+                T* d = pixel_at<T>(*dst, 0, index);
+                return map_status(prim::binary<T, Op>(src, fs, d, 0, d, 0, size_of(*frame)));
+            }
         }
-        case per_row:
-            return map_status(row_mean(src, step_of(frame), pixel_at<T>(dst, index, 0), step_of(dst), size_of(frame)));
-        default: {
-            const auto work = make_scratch<double>(frame.width);
-            if (!work) return no_memory;
-            return map_status(
-                column_mean(src, step_of(frame), size_of(frame), pixel_at<T>(dst, 0, index), work.get()));
-        }
-    }
+    });
 }
 
 int8_t projection_mean(const img* frame, img* dst, uint32_t index, uint32_t count, int32_t dir, img* acc) {
@@ -113,18 +92,33 @@ int8_t projection_mean(const img* frame, img* dst, uint32_t index, uint32_t coun
         if (frame->width > acc->width || frame->height > acc->height) return beyond_image;
         if (count < 1) return out_of_range;
     }
-    switch (frame->pix_type) {
-        case lum_fmt_8u:
-            return project_mean<uint8_t>(*frame, *dst, *acc, index, count, dir, prim::accumulate_8u_c1,
-                                         prim::accumulator_mean_8u_c1, prim::row_mean_8u_c1, prim::column_mean_8u_c1);
-        case lum_fmt_16u:
-            return project_mean<uint16_t>(*frame, *dst, *acc, index, count, dir, prim::accumulate_16u_c1,
-                                          prim::accumulator_mean_16u_c1, prim::row_mean_16u_c1,
-                                          prim::column_mean_16u_c1);
-        default:
-            return project_mean<float>(*frame, *dst, *acc, index, count, dir, prim::accumulate_32f_c1,
-                                       prim::accumulator_mean_32f_c1, prim::row_mean_32f_c1, prim::column_mean_32f_c1);
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(frame->pix_type, [&]<class T>() -> int8_t {
+        if (!frame_fits(*frame, sizeof(T))) return beyond_image;
+        const T* src = samples<T>(*frame);
+        const int fs = step_of(*frame);
+        switch (dir) {
+            case over_sequence: {
+                const int64_t row = int64_t{frame->width};
+                if (!span_fits(*acc, 0, frame->height, acc->step_bytes, row * 4) ||
+                    !span_fits(*dst, 0, frame->height, dst->step_bytes, row * sizeof(T)))
+                    return beyond_image;
+                auto* a = static_cast<float*>(acc->frame_buf);
+                LUM_CHECK(map_status(prim::accumulate<T>(src, fs, a, step_of(*acc), size_of(*frame), index == 0)));
+                if (index != count - 1) return ok;
+                return map_status(prim::accumulator_mean<T>(a, step_of(*acc), static_cast<T*>(dst->frame_buf),
+                                                            step_of(*dst), size_of(*frame), count));
+            }
+            case per_row:
+                return map_status(
+                    prim::row_mean<T>(src, fs, pixel_at<T>(*dst, index, 0), step_of(*dst), size_of(*frame)));
+            default: {
+                const auto work = make_scratch<uint8_t>(prim::column_mean_work_bytes(frame->width));
+                if (!work) return no_memory;
+                return map_status(
+                    prim::column_mean<T>(src, fs, size_of(*frame), pixel_at<T>(*dst, 0, index), work.get()));
+            }
+        }
+    });
 }
 
 }  // namespace
@@ -136,14 +130,14 @@ extern "C" {
 LUM_API int8_t lum_projection_max(int32_t frame, int32_t destination, uint32_t index, uint32_t count,
                                   int32_t direction) {
     return lum::with_images({frame, destination}, [&](img* f, img* d) {
-        return lum::measure::projection_extreme(f, d, index, count, direction, true);
+        return lum::measure::projection_extreme<lum::prim::op::max>(f, d, index, count, direction);
     });
 }
 
 LUM_API int8_t lum_projection_min(int32_t frame, int32_t destination, uint32_t index, uint32_t count,
                                   int32_t direction) {
     return lum::with_images({frame, destination}, [&](img* f, img* d) {
-        return lum::measure::projection_extreme(f, d, index, count, direction, false);
+        return lum::measure::projection_extreme<lum::prim::op::min>(f, d, index, count, direction);
     });
 }
 

@@ -3,6 +3,7 @@
 // smaller of two images written into a third.
 #include "measure/stats.hpp"
 
+#include "primitives/arith.hpp"
 #include "primitives/stats.hpp"
 
 namespace lum::measure {
@@ -15,36 +16,24 @@ int8_t check_image_rect(const img* image, const lum_rect* rect) {
     return check_rect(*image, rect);
 }
 
+// The rectangle's rows, `samples` samples of T each, stay in the buffer.
+template <class T>
+bool rows_fit(const img& im, const lum_rect& r, int64_t samples) {
+    return span_fits(im, int64_t{r.y} * im.step_bytes + int64_t{r.x} * bytes_per_pixel(im), r.height, im.step_bytes,
+                     samples * int64_t{sizeof(T)});
+}
+
 int8_t sum(const img* image, const lum_rect* area, double* total) {
     LUM_CHECK(check_image_rect(image, area));
     const lum_rect& rect = *area;
     const img& im = *image;
-    const int step = step_of(im);
     // Each row is read as width one-channel samples whatever the channel
     // count: callers sum one-channel images, and a colour image keeps
     // contributing the first width samples of its rows as it always has.
-    switch (im.pix_type) {
-        case lum_fmt_8u:
-            return map_status(prim::sum_8u_c1(pixel_at<uint8_t>(im, rect.x, rect.y), step, size_of(rect), total));
-        case lum_fmt_16u:
-            return map_status(prim::sum_16u_c1(pixel_at<uint16_t>(im, rect.x, rect.y), step, size_of(rect), total));
-        case lum_fmt_32f:
-            return map_status(prim::sum_32f_c1(pixel_at<float>(im, rect.x, rect.y), step, size_of(rect), total));
-        default:
-            return bad_format;
-    }
-}
-
-template <class T, class C1, class C3>
-int8_t min_max_of(const img& im, const lum_rect& rect, void* minimum, void* maximum, const C1& c1, const C3& c3) {
-    const T* src = pixel_at<T>(im, rect.x, rect.y);
-    auto* lo = static_cast<T*>(minimum);
-    auto* hi = static_cast<T*>(maximum);
-    switch (im.channels) {
-        case lum_gray: return map_status(c1(src, step_of(im), size_of(rect), lo, hi));
-        case lum_color: return map_status(c3(src, step_of(im), size_of(rect), lo, hi));
-        default: return bad_channels;
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
+        if (!rows_fit<T>(im, rect, rect.width)) return beyond_image;
+        return map_status(prim::sum<T>(pixel_at<const T>(im, rect.x, rect.y), step_of(im), size_of(rect), total));
+    });
 }
 
 int8_t mean_stddev(const img* image, const lum_rect* area, double* mean, double* stddev) {
@@ -52,47 +41,34 @@ int8_t mean_stddev(const img* image, const lum_rect* area, double* mean, double*
     const lum_rect& rect = *area;
     if (!mean || !stddev) return out_of_range;
     const img& im = *image;
-    if (im.pix_type != lum_fmt_8u && im.pix_type != lum_fmt_16u && im.pix_type != lum_fmt_32f) return bad_format;
-    if (im.channels != lum_gray) return bad_channels;
-    const int step = step_of(im);
-    const prim::Size size = size_of(rect);
-    switch (im.pix_type) {
-        case lum_fmt_8u:
-            return map_status(prim::mean_stddev_8u_c1(pixel_at<uint8_t>(im, rect.x, rect.y), step, size, mean, stddev));
-        case lum_fmt_16u:
-            return map_status(
-                prim::mean_stddev_16u_c1(pixel_at<uint16_t>(im, rect.x, rect.y), step, size, mean, stddev));
-        default:
-            return map_status(prim::mean_stddev_32f_c1(pixel_at<float>(im, rect.x, rect.y), step, size, mean, stddev));
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
+        if (im.channels != lum_gray) return bad_channels;
+        if (!rows_fit<T>(im, rect, rect.width)) return beyond_image;
+        return map_status(
+            prim::mean_stddev<T>(pixel_at<const T>(im, rect.x, rect.y), step_of(im), size_of(rect), mean, stddev));
+    });
 }
 
 // Larger (or smaller) of first and second into destination, over the first
 // image's size, each image walked with its own step.
-template <class K8, class K16>
-int8_t pick_every(const img* first, const img* second, const img* destination, const K8& k8, const K16& k16) {
+template <class Op>
+int8_t pick_every(const img* first, const img* second, const img* destination) {
     LUM_CHECK(require_initialised(first, second, destination));
     LUM_CHECK(require_same_layout(*first, *second));
     LUM_CHECK(require_same_layout(*second, *destination));
     const img &a = *first, &b = *second, &d = *destination;
-    switch (a.pix_type) {
-        case lum_fmt_8u:
-        case lum_fmt_16u:
-            if (a.channels != lum_gray) return bad_channels;
-            break;
-        case lum_fmt_16s:
-        case lum_fmt_32f:
-            return ok;  // nothing to do for these formats, and that is a success
-        default:
-            return bad_format;
-    }
-    if (a.pix_type == lum_fmt_8u)
-        return map_status(k8(static_cast<const uint8_t*>(a.frame_buf), step_of(a),
-                             static_cast<const uint8_t*>(b.frame_buf), step_of(b),
-                             static_cast<uint8_t*>(d.frame_buf), step_of(d), size_of(a)));
-    return map_status(k16(static_cast<const uint16_t*>(a.frame_buf), step_of(a),
-                          static_cast<const uint16_t*>(b.frame_buf), step_of(b),
-                          static_cast<uint16_t*>(d.frame_buf), step_of(d), size_of(a)));
+    // 16-bit signed and float images: nothing to do, and that is a success.
+    if (a.pix_type == lum_fmt_16s || a.pix_type == lum_fmt_32f) return ok;
+    return with_sample_type<uint8_t, uint16_t>(a.pix_type, [&]<class T>() -> int8_t {
+        if (a.channels != lum_gray) return bad_channels;
+        const int64_t row = int64_t{a.width} * sizeof(T);
+        if (!span_fits(a, 0, a.height, a.step_bytes, row) || !span_fits(b, 0, a.height, b.step_bytes, row) ||
+            !span_fits(d, 0, a.height, d.step_bytes, row))
+            return beyond_image;
+        return map_status(prim::binary<T, Op>(static_cast<const T*>(a.frame_buf), step_of(a),
+                                              static_cast<const T*>(b.frame_buf), step_of(b),
+                                              static_cast<T*>(d.frame_buf), step_of(d), size_of(a)));
+    });
 }
 
 }  // namespace
@@ -102,16 +78,13 @@ int8_t min_max(const img* image, const lum_rect* area, void* minimum, void* maxi
     const lum_rect& rect = *area;
     if (!minimum || !maximum) return out_of_range;
     const img& im = *image;
-    switch (im.pix_type) {
-        case lum_fmt_8u:
-            return min_max_of<uint8_t>(im, rect, minimum, maximum, prim::min_max_8u_c1, prim::min_max_8u_c3);
-        case lum_fmt_16u:
-            return min_max_of<uint16_t>(im, rect, minimum, maximum, prim::min_max_16u_c1, prim::min_max_16u_c3);
-        case lum_fmt_32f:
-            return min_max_of<float>(im, rect, minimum, maximum, prim::min_max_32f_c1, prim::min_max_32f_c3);
-        default:
-            return bad_format;
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
+        if (im.channels != lum_gray && im.channels != lum_color) return bad_channels;
+        const int channels = static_cast<int>(im.channels);
+        if (!rows_fit<T>(im, rect, int64_t{rect.width} * channels)) return beyond_image;
+        return map_status(prim::min_max<T>(pixel_at<const T>(im, rect.x, rect.y), step_of(im), size_of(rect), channels,
+                                           static_cast<T*>(minimum), static_cast<T*>(maximum)));
+    });
 }
 
 }  // namespace lum::measure
@@ -159,13 +132,13 @@ LUM_API int8_t lum_img_mean_stddev_rect(int32_t image, const lum_rect* rect, dou
 
 LUM_API int8_t lum_img_max_every(int32_t first, int32_t second, int32_t destination) {
     return with_images({first, second, destination}, [](img* a, img* b, img* d) {
-        return measure::pick_every(a, b, d, lum::prim::max_8u_c1, lum::prim::max_16u_c1);
+        return measure::pick_every<lum::prim::op::max>(a, b, d);
     });
 }
 
 LUM_API int8_t lum_img_min_every(int32_t first, int32_t second, int32_t destination) {
     return with_images({first, second, destination}, [](img* a, img* b, img* d) {
-        return measure::pick_every(a, b, d, lum::prim::min_8u_c1, lum::prim::min_16u_c1);
+        return measure::pick_every<lum::prim::op::min>(a, b, d);
     });
 }
 

@@ -10,8 +10,7 @@ namespace lum::prim {
 // contour); `above` is the previous row, or null for the first row, and
 // neighbours left of column 0 count as zero. Writes the start columns in
 // ascending order to xs (room for width entries) and their number to count.
-LUM_PRIMITIVE(contour_starts_8u, int(const uint8_t* above, const uint8_t* row, int32_t width, int32_t* xs, int32_t* count))
-LUM_PRIMITIVE(contour_starts_16u,
-              int(const uint16_t* above, const uint16_t* row, int32_t width, int32_t* xs, int32_t* count))
+// 8-bit and 16-bit samples at any address.
+LUM_KERNEL(contour_starts, (class T), (T), int(const T* above, const T* row, int32_t width, int32_t* xs, int32_t* count))
 
 }  // namespace lum::prim

@@ -1,7 +1,8 @@
 // Uniform histograms of one-channel regions and the Otsu threshold of an
 // 8-bit region. A histogram is prepared in two steps: the caller asks for the
-// sizes of a set-up block and of a work buffer, allocates both,
-// initialises the set-up block with its levels, then counts.
+// sizes of a set-up block and of a work buffer, allocates both, initialises
+// the set-up block with its levels, then counts. The set-up steps are
+// compiled once; the counting loops per level.
 #pragma once
 
 #include "primitives/primitive.hpp"
@@ -21,21 +22,26 @@ struct HistogramSpec {
     double upper;
 };
 
-// Bytes of the set-up block and of the work buffer. -13 for an unknown type
-// or fewer than two levels, -6 for an empty region, -8 for null outputs.
-LUM_PRIMITIVE(histogram_get_size, int(int type, Size size, int levels, int* spec_bytes, int* buffer_bytes))
+// Bytes of the set-up block and of the work buffer (any alignment). -13 for
+// an unknown type or fewer than two levels, -6 for an empty region, -8 for
+// null outputs.
+int histogram_get_size(int type, Size size, int levels, int* spec_bytes, int* buffer_bytes);
 // Fills the set-up block. -13 for an unknown type, fewer than two levels,
 // bounds that are not finite or lower >= upper.
-LUM_PRIMITIVE(histogram_init_uniform, int(int type, float lower, float upper, int levels, uint8_t* spec))
+int histogram_init_uniform(int type, float lower, float upper, int levels, uint8_t* spec);
 
 // Counts the region into counts[0 .. levels - 2]; every count is written.
 // The set-up block must have been initialised for the same sample type (else -13).
-LUM_PRIMITIVE(histogram_8u_c1, int(const uint8_t* src, int step, Size size, uint32_t* counts, const uint8_t* spec,
-                                   uint8_t* buffer))
-LUM_PRIMITIVE(histogram_16u_c1, int(const uint16_t* src, int step, Size size, uint32_t* counts, const uint8_t* spec,
-                                    uint8_t* buffer))
-LUM_PRIMITIVE(histogram_32f_c1, int(const float* src, int step, Size size, uint32_t* counts, const uint8_t* spec,
-                                    uint8_t* buffer))
+LUM_KERNEL(histogram, (class T), (T),
+           int(const T* src, int step, Size size, uint32_t* counts, const uint8_t* spec, uint8_t* buffer))
+
+// Counts of every value of 8-bit (256) or 16-bit (65536) samples into counts;
+// `work` holds value_count_work_bytes<T>() bytes, any alignment.
+LUM_KERNEL(count_values, (class T), (T), int(const T* src, int step, Size size, uint32_t* counts, uint8_t* work))
+template <class T>
+constexpr int64_t value_count_work_bytes() {
+    return sizeof(T) == 1 ? 4 * 256 * 4 + 64 : 2 * 65536 * 4 + 64;
+}
 
 // Otsu's threshold of an 8-bit region: the index of the first of the 256 bins
 // that maximises the between-class variance. Bins are weighted at their
@@ -43,6 +49,14 @@ LUM_PRIMITIVE(histogram_32f_c1, int(const float* src, int step, Size size, uint3
 // FLT_EPSILON of 0 or 1 is skipped and adds nothing to the running class
 // mean; a later bin wins only with a strictly greater variance; a constant
 // region gives 0. Evaluated in single precision. -13 when step < width.
-LUM_PRIMITIVE(otsu_threshold_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* threshold))
+LUM_PRIMITIVE_ANY(otsu_threshold_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* threshold))
+
+// The same threshold from the 256 value counts of a region. Compiled once.
+uint8_t otsu_threshold_of(const uint32_t* counts);
+
+// Set-up of the counting kernels, compiled once: bin of each value 0 ..
+// values − 1 (levels − 1 for a value outside every bin), and the levels.
+void histogram_value_bins(const HistogramSpec& spec, int values, uint32_t* bins);
+void histogram_levels(const HistogramSpec& spec, double* levels);
 
 }  // namespace lum::prim

@@ -170,4 +170,33 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
         for (int i = 0; i < L; ++i) k[v][i] = channels == 3 ? c[(v * L + i) % 3] : c[0];
 }
 
+// ---- rows whose stores start on a cache line (statistics, thresholds)
+
+// Samples of a row of n at d before d's first 64-byte boundary; 0 when d is
+// not on a whole sample (it never reaches one). Library images have rows on
+// 16-byte steps, so most rows start off a cache line; a row loop run on this
+// head first and then on the rest stores whole vectors that never straddle
+// two lines, which a memory-bound loop feels.
+template <class T>
+inline int head_to_line(const T* d, int n) {
+    const auto misalign = static_cast<int>(reinterpret_cast<uintptr_t>(d) & 63);
+    if (misalign % static_cast<int>(sizeof(T))) return 0;
+    const int head = ((64 - misalign) & 63) / static_cast<int>(sizeof(T));
+    return head < n ? head : n;
+}
+
+// unary_row and binary_row with the row split at head_to_line of d.
+template <class W = void, class S, class D, class Op>
+inline void unary_row_lined(const S* s, D* d, int n, const Op& op) {
+    const int h = head_to_line(d, n);
+    if (h > 0) unary_row<W>(s, d, h, op);
+    unary_row<W>(s + h, d + h, n - h, op);
+}
+template <class W = void, class A, class B, class D, class Op>
+inline void binary_row_lined(const A* a, const B* b, D* d, int n, const Op& op) {
+    const int h = head_to_line(d, n);
+    if (h > 0) binary_row<W>(a, b, d, h, op);
+    binary_row<W>(a + h, b + h, d + h, n - h, op);
+}
+
 }  // namespace lum::prim::LUM_ISA

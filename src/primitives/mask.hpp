@@ -1,24 +1,22 @@
-// Statistics over the samples that an 8-bit mask selects (non-zero mask bytes).
+// Statistics over the samples that an 8-bit mask selects (non-zero mask
+// bytes), for 8-bit and 16-bit samples at any address.
 #pragma once
 
 #include "primitives/primitive.hpp"
 
 namespace lum::prim {
 
-// Mean of the selected samples; 0 when the mask selects none.
-LUM_PRIMITIVE(mean_8u_c1mr, int(const uint8_t* src, int src_step, const uint8_t* mask, int mask_step, Size size,
-                                double* mean))
-LUM_PRIMITIVE(mean_16u_c1mr, int(const uint16_t* src, int src_step, const uint8_t* mask, int mask_step, Size size,
-                                 double* mean))
-// Mean and standard deviation (divisor: number of selected samples); 0 and 0 when none.
-LUM_PRIMITIVE(mean_stddev_8u_c1mr, int(const uint8_t* src, int src_step, const uint8_t* mask, int mask_step,
-                                       Size size, double* mean, double* stddev))
-LUM_PRIMITIVE(mean_stddev_16u_c1mr, int(const uint16_t* src, int src_step, const uint8_t* mask, int mask_step,
-                                        Size size, double* mean, double* stddev))
-// Smallest and largest selected sample; 0 and 0 when none.
-LUM_PRIMITIVE(min_max_8u_c1mr, int(const uint8_t* src, int src_step, const uint8_t* mask, int mask_step, Size size,
-                                   float* minimum, float* maximum))
-LUM_PRIMITIVE(min_max_16u_c1mr, int(const uint16_t* src, int src_step, const uint8_t* mask, int mask_step,
-                                    Size size, float* minimum, float* maximum))
+// Mean of the selected samples and, when with_stddev is non-zero, their
+// standard deviation (divisor: the number of selected samples), both from
+// exact integer moments; 0 and 0 when the mask selects none. -8 for a null
+// mean, or a null stddev when it is asked for.
+LUM_KERNEL(masked_moments, (class T), (T),
+           int(const T* src, int src_step, const uint8_t* mask, int mask_step, Size size, double* mean,
+               double* stddev, int with_stddev))
+
+// Smallest and largest selected sample; 0 and 0 when none is selected.
+LUM_KERNEL(masked_min_max, (class T), (T),
+           int(const T* src, int src_step, const uint8_t* mask, int mask_step, Size size, float* minimum,
+               float* maximum))
 
 }  // namespace lum::prim

@@ -1,104 +1,64 @@
-// Masked mean, standard deviation and extremes. Rows are taken in chunks
-// short enough that 32-bit lane sums cannot overflow, so the loops stay in
-// narrow vector lanes; a non-selected sample contributes through a
-// branch-free select.
-#include <cmath>
-
-#include "primitives/kernel.hpp"
+// Masked mean, standard deviation and extremes: a vector of samples and the
+// mask bytes under it per step, the mask widened to the sample's width and
+// turned into a lane select, so unselected samples add 0 to the sums and
+// nothing to the extremes. Sums, squares and counts are exact.
 #include "primitives/mask.hpp"
+#include "primitives/reduce.hpp"
+#include "primitives/stats.hpp"
 
 namespace lum::prim::LUM_ISA {
 
 namespace {
 
-constexpr int kChunk = 65536;  // 65535 * 65536 still fits 32 bits
+using simd::vec;
 
-struct Moments {
-    uint64_t count = 0;
-    uint64_t sum = 0;
-    uint64_t squares = 0;
-};
-
-template <class T>
-void add_row(const T* __restrict s, const uint8_t* __restrict m, int n, Moments& acc) {
-    for (int start = 0; start < n; start += kChunk) {
-        const int end = n - start < kChunk ? n : start + kChunk;
-        uint32_t count = 0, sum = 0;
-        for (int x = start; x < end; ++x) {
-            const uint32_t in = m[x] != 0;
-            count += in;
-            sum += s[x] & (0u - in);
-        }
-        acc.count += count;
-        acc.sum += sum;
-    }
+// f(samples, selected lanes) over a row of n samples and its mask: lanes
+// past the row are unselected and hold 0.
+template <class T, class F>
+inline void each_masked(const T* s, const uint8_t* m, int n, F&& f) {
+    using V = vec<T>;
+    using MV = simd::lanes_of<uint8_t, T>;
+    constexpr int L = simd::lanes<T>;
+    auto step = [&](V v, MV bytes) {
+        V sel;
+        if constexpr (sizeof(T) == 1) sel = (V)(bytes != 0);
+        else sel = (V)(simd::widen<T>(bytes) != 0);
+        f(v & sel, sel);
+    };
+    int x = 0;
+    for (; x + L <= n; x += L) step(simd::load(s + x), simd::load_as<MV>(m + x));
+    if (x < n) step(simd::load_first<V>(s + x, n - x), simd::load_first<MV>(m + x, n - x));
 }
 
-// 8-bit squares fit 32-bit lanes per chunk; 16-bit squares need 64 bits.
-void add_row_squares(const uint8_t* __restrict s, const uint8_t* __restrict m, int n, Moments& acc) {
-    for (int start = 0; start < n; start += kChunk) {
-        const int end = n - start < kChunk ? n : start + kChunk;
-        uint32_t count = 0, sum = 0, squares = 0;
-        for (int x = start; x < end; ++x) {
-            const uint32_t in = m[x] != 0;
-            const uint32_t v = s[x] & (0u - in);
-            count += in;
-            sum += v;
-            squares += v * v;
-        }
-        acc.count += count;
-        acc.sum += sum;
-        acc.squares += squares;
-    }
-}
-
-void add_row_squares(const uint16_t* __restrict s, const uint8_t* __restrict m, int n, Moments& acc) {
-    for (int start = 0; start < n; start += kChunk) {
-        const int end = n - start < kChunk ? n : start + kChunk;
-        uint32_t count = 0, sum = 0;
-        uint64_t squares = 0;
-        for (int x = start; x < end; ++x) {
-            const uint32_t in = m[x] != 0;
-            const uint32_t v = s[x] & (0u - in);
-            count += in;
-            sum += v;
-            squares += static_cast<uint64_t>(v) * v;
-        }
-        acc.count += count;
-        acc.sum += sum;
-        acc.squares += squares;
-    }
-}
-
-void finish_moments(const Moments& acc, double* mean, double* stddev) {
-    if (acc.count == 0) {
-        *mean = 0.0;
-        if (stddev) *stddev = 0.0;
-        return;
-    }
-    const double n = static_cast<double>(acc.count);
-    const double m = static_cast<double>(acc.sum) / n;
-    *mean = m;
-    if (stddev) {
-        // Integer sums are exact; only the final difference can go a hair below 0.
-        const double variance = static_cast<double>(acc.squares) / n - m * m;
-        *stddev = variance > 0.0 ? sqrt(variance) : 0.0;
-    }
-}
+}  // namespace
 
 template <class T>
 int masked_moments(const T* src, int src_step, const uint8_t* mask, int mask_step, Size size, double* mean,
-                   double* stddev, bool with_stddev) {
+                   double* stddev, int with_stddev) {
     if (!src || !mask || !mean || (with_stddev && !stddev)) return st_null;
     if (empty_region(size)) return st_size;
-    Moments acc;
+    integer_sum<T> sums;
+    integer_sum<uint8_t> counts;
+    integer_squares<T> squares;
     for (int y = 0; y < size.height; ++y) {
+        const T* s = row_at(src, src_step, y);
+        const uint8_t* m = row_at(mask, mask_step, y);
+        // The selects are all-ones lanes: their lowest byte counts one per selected sample.
         if (with_stddev)
-            add_row_squares(row_at(src, src_step, y), row_at(mask, mask_step, y), size.width, acc);
+            each_masked(s, m, size.width, [&](vec<T> v, vec<T> sel) {
+                sums.add(v);
+                squares.add(v);
+                counts.add((vec<uint8_t>)(sel & 1));
+            });
         else
-            add_row(row_at(src, src_step, y), row_at(mask, mask_step, y), size.width, acc);
+            each_masked(s, m, size.width, [&](vec<T> v, vec<T> sel) {
+                sums.add(v);
+                counts.add((vec<uint8_t>)(sel & 1));
+            });
     }
-    finish_moments(acc, mean, with_stddev ? stddev : nullptr);
+    const uint64_t total = sums.total(), count = counts.total();
+    double unused;
+    exact_mean_stddev(total, with_stddev ? squares.total(total) : 0, count, mean, with_stddev ? stddev : &unused);
     return st_ok;
 }
 
@@ -107,49 +67,27 @@ int masked_min_max(const T* src, int src_step, const uint8_t* mask, int mask_ste
                    float* maximum) {
     if (!src || !mask || !minimum || !maximum) return st_null;
     if (empty_region(size)) return st_size;
-    constexpr T top = static_cast<T>(~T{0});
-    T lo = top, hi = 0;
-    for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, src_step, y);
-        const uint8_t* __restrict m = row_at(mask, mask_step, y);
-        T row_lo = top, row_hi = 0;
-        for (int x = 0; x < size.width; ++x) {
-            // All ones where the mask selects, else 0, in the sample's width.
-            const T in = static_cast<T>(T{0} - static_cast<T>(m[x] != 0));
-            const T for_lo = static_cast<T>(s[x] | static_cast<T>(~in));
-            const T for_hi = static_cast<T>(s[x] & in);
-            row_lo = for_lo < row_lo ? for_lo : row_lo;
-            row_hi = for_hi > row_hi ? for_hi : row_hi;
-        }
-        lo = min_of(lo, row_lo);
-        hi = max_of(hi, row_hi);
-    }
-    // Any selected sample leaves lo <= hi; lo > hi means nothing was selected.
-    if (lo > hi) lo = hi = 0;
-    *minimum = static_cast<float>(lo);
-    *maximum = static_cast<float>(hi);
+    using V = vec<T>;
+    constexpr T top = static_cast<T>(max_value<T>());
+    V lo = simd::splat(top), hi{};
+    for (int y = 0; y < size.height; ++y)
+        each_masked(row_at(src, src_step, y), row_at(mask, mask_step, y), size.width, [&](V v, V sel) {
+            lo = simd::min(lo, v | ~sel);
+            hi = simd::max(hi, v);
+        });
+    auto low = [](auto a, auto b) { return simd::min(a, b); };
+    auto high = [](auto a, auto b) { return simd::max(a, b); };
+    T l = fold_lanes(lo, low), h = fold_lanes(hi, high);
+    // Any selected sample leaves l <= h; l > h means nothing was selected.
+    if (l > h) l = h = 0;
+    *minimum = static_cast<float>(l);
+    *maximum = static_cast<float>(h);
     return st_ok;
 }
 
-}  // namespace
-
-int mean_8u_c1mr(const uint8_t* s, int ss, const uint8_t* m, int ms, Size z, double* mean) {
-    return masked_moments(s, ss, m, ms, z, mean, nullptr, false);
-}
-int mean_16u_c1mr(const uint16_t* s, int ss, const uint8_t* m, int ms, Size z, double* mean) {
-    return masked_moments(s, ss, m, ms, z, mean, nullptr, false);
-}
-int mean_stddev_8u_c1mr(const uint8_t* s, int ss, const uint8_t* m, int ms, Size z, double* mean, double* sd) {
-    return masked_moments(s, ss, m, ms, z, mean, sd, true);
-}
-int mean_stddev_16u_c1mr(const uint16_t* s, int ss, const uint8_t* m, int ms, Size z, double* mean, double* sd) {
-    return masked_moments(s, ss, m, ms, z, mean, sd, true);
-}
-int min_max_8u_c1mr(const uint8_t* s, int ss, const uint8_t* m, int ms, Size z, float* lo, float* hi) {
-    return masked_min_max(s, ss, m, ms, z, lo, hi);
-}
-int min_max_16u_c1mr(const uint16_t* s, int ss, const uint8_t* m, int ms, Size z, float* lo, float* hi) {
-    return masked_min_max(s, ss, m, ms, z, lo, hi);
-}
+LUM_INSTANTIATE(masked_moments, uint8_t)
+LUM_INSTANTIATE(masked_moments, uint16_t)
+LUM_INSTANTIATE(masked_min_max, uint8_t)
+LUM_INSTANTIATE(masked_min_max, uint16_t)
 
 }  // namespace lum::prim::LUM_ISA

@@ -1,47 +1,31 @@
 // Projection kernels: each row of a region reduced to one value (written down
-// a destination column), each column reduced into a destination row, and the
-// float accumulator of a pixel-wise mean over a sequence of frames. Integer
-// means are rounded to nearest, halves to even, and saturated.
+// a destination column), each column reduced to its mean in a destination
+// row, and the mean of a float accumulator. Integer means are rounded to
+// nearest, halves to even, and saturated. The pixel-wise extremes and the
+// column extremes are binary<T, op::max> and op::min (a destination row that
+// is also the second source, at step 0), the accumulation accumulate<S>.
 #pragma once
 
+#include "primitives/arith.hpp"
 #include "primitives/primitive.hpp"
 
 namespace lum::prim {
 
-// dst[r * dst_step] = max (min) of row r, for every row of the region.
-LUM_PRIMITIVE(row_max_8u_c1, int(const uint8_t* src, int step, uint8_t* dst, int dst_step, Size size))
-LUM_PRIMITIVE(row_max_16u_c1, int(const uint16_t* src, int step, uint16_t* dst, int dst_step, Size size))
-LUM_PRIMITIVE(row_min_8u_c1, int(const uint8_t* src, int step, uint8_t* dst, int dst_step, Size size))
-LUM_PRIMITIVE(row_min_16u_c1, int(const uint16_t* src, int step, uint16_t* dst, int dst_step, Size size))
+// dst[r · dst_step] = the largest (Op = op::max) or smallest (op::min) sample
+// of row r, for every row of the region.
+LUM_KERNEL(row_extreme, (class T, class Op), (T, Op), int(const T* src, int step, T* dst, int dst_step, Size size))
 
-// In place on one row: row[x] = max (min) of row[x] and column x of the region.
-LUM_PRIMITIVE(column_max_8u_c1ir, int(const uint8_t* src, int step, Size size, uint8_t* row))
-LUM_PRIMITIVE(column_max_16u_c1ir, int(const uint16_t* src, int step, Size size, uint16_t* row))
-LUM_PRIMITIVE(column_min_8u_c1ir, int(const uint8_t* src, int step, Size size, uint8_t* row))
-LUM_PRIMITIVE(column_min_16u_c1ir, int(const uint16_t* src, int step, Size size, uint16_t* row))
+// dst[r · dst_step] = mean of row r (exact sums, divided once).
+LUM_KERNEL(row_mean, (class T), (T), int(const T* src, int step, T* dst, int dst_step, Size size))
 
-// dst[r * dst_step] = mean of row r (exact sums, divided once).
-LUM_PRIMITIVE(row_mean_8u_c1, int(const uint8_t* src, int step, uint8_t* dst, int dst_step, Size size))
-LUM_PRIMITIVE(row_mean_16u_c1, int(const uint16_t* src, int step, uint16_t* dst, int dst_step, Size size))
-LUM_PRIMITIVE(row_mean_32f_c1, int(const float* src, int step, float* dst, int dst_step, Size size))
-
-// row[x] = mean of column x; `work` holds size.width doubles of column sums.
-LUM_PRIMITIVE(column_mean_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* row, double* work))
-LUM_PRIMITIVE(column_mean_16u_c1, int(const uint16_t* src, int step, Size size, uint16_t* row, double* work))
-LUM_PRIMITIVE(column_mean_32f_c1, int(const float* src, int step, Size size, float* row, double* work))
-
-// acc = src (replace != 0) or acc += src, samples converted to float.
-LUM_PRIMITIVE(accumulate_8u_c1, int(const uint8_t* src, int step, float* acc, int acc_step, Size size, int replace))
-LUM_PRIMITIVE(accumulate_16u_c1, int(const uint16_t* src, int step, float* acc, int acc_step, Size size, int replace))
-LUM_PRIMITIVE(accumulate_32f_c1, int(const float* src, int step, float* acc, int acc_step, Size size, int replace))
+// row[x] = mean of column x (exact sums, divided once); `work` holds
+// column_mean_work_bytes(size.width) bytes.
+LUM_KERNEL(column_mean, (class T), (T), int(const T* src, int step, Size size, T* row, void* work))
+inline int64_t column_mean_work_bytes(int32_t width) { return 16 * int64_t{width > 0 ? width : 0} + 64; }
 
 // dst = acc / count in float, then rounded and saturated for integer samples.
 // -13 for a count of 0.
-LUM_PRIMITIVE(accumulator_mean_8u_c1, int(const float* acc, int acc_step, uint8_t* dst, int dst_step, Size size,
-                                          uint32_t count))
-LUM_PRIMITIVE(accumulator_mean_16u_c1, int(const float* acc, int acc_step, uint16_t* dst, int dst_step, Size size,
-                                           uint32_t count))
-LUM_PRIMITIVE(accumulator_mean_32f_c1, int(const float* acc, int acc_step, float* dst, int dst_step, Size size,
-                                           uint32_t count))
+LUM_KERNEL(accumulator_mean, (class T), (T),
+           int(const float* acc, int acc_step, T* dst, int dst_step, Size size, uint32_t count))
 
 }  // namespace lum::prim

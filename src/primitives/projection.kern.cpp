@@ -1,141 +1,116 @@
-// Projection kernels: row and column reductions and the float accumulator of
-// a pixel-wise mean, one body per sample type.
+// Projection kernels. A row's extreme is a vector of running extremes folded
+// once at the end of the row; a row's mean is its exact total (psadbw sums
+// for integers, 16 fixed double lanes for floats); column means add each row
+// into 32-bit column sums (64-bit every 65536 rows) or double sums, and divide
+// once.
 #include <cmath>
 
-#include "primitives/kernel.hpp"
 #include "primitives/projection.hpp"
+#include "primitives/reduce.hpp"
 
 namespace lum::prim::LUM_ISA {
 
 namespace {
 
-template <class T>
-struct limits;
-template <>
-struct limits<uint8_t> {
-    static constexpr float max = 255.0f;
-};
-template <>
-struct limits<uint16_t> {
-    static constexpr float max = 65535.0f;
+using simd::vec;
+
+template <class Op>
+struct extreme {
+    template <class V>
+    V operator()(V a, V b) const {
+        if constexpr (std::is_same_v<Op, op::max>) return simd::max(a, b);
+        else return simd::min(a, b);
+    }
 };
 
 // Nearest sample value, halves to even, saturated; floats pass as they are.
-template <class T>
-inline T to_sample(float v) {
-    if constexpr (std::is_floating_point_v<T>) {
-        return v;
-    } else {
-        float r = std::nearbyint(v);
-        r = r > 0.0f ? r : 0.0f;
-        r = r < limits<T>::max ? r : limits<T>::max;
-        return static_cast<T>(static_cast<int32_t>(r));
-    }
-}
-
 template <class T>
 inline T to_sample(double v) {
     if constexpr (std::is_floating_point_v<T>) {
         return static_cast<T>(v);
     } else {
+        constexpr double top = static_cast<double>(max_value<T>());
         double r = std::nearbyint(v);
         r = r > 0.0 ? r : 0.0;
-        r = r < limits<T>::max ? r : limits<T>::max;
+        r = r < top ? r : top;
         return static_cast<T>(static_cast<int32_t>(r));
     }
 }
 
-template <class T, bool Max>
+}  // namespace
+
+template <class T, class Op>
 int row_extreme(const T* src, int step, T* dst, int dst_step, Size size) {
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
+    using V = vec<T>;
+    constexpr int L = simd::lanes<T>;
+    const extreme<Op> pick;
+    const int n = size.width;
     for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, step, y);
-        T best = s[0];
-        if constexpr (Max)
-            for (int x = 1; x < size.width; ++x) best = best < s[x] ? s[x] : best;
-        else
-            for (int x = 1; x < size.width; ++x) best = s[x] < best ? s[x] : best;
-        *row_at(dst, dst_step, y) = best;
-    }
-    return st_ok;
-}
-
-template <class T, bool Max>
-int column_extreme(const T* src, int step, Size size, T* row) {
-    if (!src || !row) return st_null;
-    if (empty_region(size)) return st_size;
-    T* __restrict d = row;
-    for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, step, y);
-        if constexpr (Max)
-            for (int x = 0; x < size.width; ++x) d[x] = d[x] < s[x] ? s[x] : d[x];
-        else
-            for (int x = 0; x < size.width; ++x) d[x] = s[x] < d[x] ? s[x] : d[x];
-    }
-    return st_ok;
-}
-
-// Exact row total: 32-bit partial sums over chunks that cannot overflow.
-template <class T>
-double row_total(const T* __restrict s, int n) {
-    if constexpr (std::is_floating_point_v<T>) {
-        double lane[16] = {};
+        const T* s = row_at(src, step, y);
+        V best = simd::splat(load_one(s));
         int x = 0;
-        for (; x + 16 <= n; x += 16)
-            for (int k = 0; k < 16; ++k) lane[k] += static_cast<double>(s[x + k]);
-        for (int k = 0; x < n; ++x, ++k) lane[k] += static_cast<double>(s[x]);
-        double t = 0;
-        for (int k = 0; k < 16; ++k) t += lane[k];
-        return t;
-    } else {
-        uint64_t total = 0;
-        for (int x0 = 0; x0 < n; x0 += 65536) {
-            const int end = n - x0 < 65536 ? n : x0 + 65536;
-            uint32_t acc = 0;
-            for (int x = x0; x < end; ++x) acc += s[x];
-            total += acc;
+        for (; x + L <= n; x += L) best = pick(best, simd::load(s + x));
+        if (x < n) {
+            const V v = simd::load_first<V>(s + x, n - x);
+            best = simd::first_lanes<simd::mask_of<V>>(n - x) ? pick(best, v) : best;
         }
-        return static_cast<double>(total);
+        store_one(row_at(dst, dst_step, y), fold_lanes(best, pick));
     }
+    return st_ok;
 }
 
 template <class T>
 int row_mean(const T* src, int step, T* dst, int dst_step, Size size) {
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y)
-        *row_at(dst, dst_step, y) = to_sample<T>(row_total(row_at(src, step, y), size.width) / size.width);
+    for (int y = 0; y < size.height; ++y) {
+        const T* s = row_at(src, step, y);
+        double total;
+        if constexpr (std::is_floating_point_v<T>) {
+            total = double_lanes<16>::row_total(s, size.width);
+        } else {
+            integer_sum<T> acc;
+            each_vector(s, size.width, [&](vec<T> v) { acc.add(v); });
+            total = static_cast<double>(acc.total());
+        }
+        store_one(row_at(dst, dst_step, y), to_sample<T>(total / size.width));
+    }
     return st_ok;
 }
 
 template <class T>
-int column_mean(const T* src, int step, Size size, T* row, double* work) {
+int column_mean(const T* src, int step, Size size, T* row, void* work) {
     if (!src || !row || !work) return st_null;
     if (empty_region(size)) return st_size;
-    double* __restrict w = work;
-    for (int x = 0; x < size.width; ++x) w[x] = 0.0;
-    for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, step, y);
-        for (int x = 0; x < size.width; ++x) w[x] += static_cast<double>(s[x]);
-    }
-    const double n = size.height;
-    T* __restrict d = row;
-    for (int x = 0; x < size.width; ++x) d[x] = to_sample<T>(w[x] / n);
-    return st_ok;
-}
-
-template <class T>
-int accumulate(const T* src, int step, float* acc, int acc_step, Size size, int replace) {
-    if (!src || !acc) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, step, y);
-        float* __restrict a = row_at(acc, acc_step, y);
-        if (replace)
-            for (int x = 0; x < size.width; ++x) a[x] = static_cast<float>(s[x]);
-        else
-            for (int x = 0; x < size.width; ++x) a[x] += static_cast<float>(s[x]);
+    const int n = size.width;
+    const double count = size.height;
+    if constexpr (std::is_floating_point_v<T>) {
+        auto* sums = static_cast<double*>(work);
+        for (int x = 0; x < n; ++x) sums[x] = 0.0;
+        for (int y = 0; y < size.height; ++y)
+            binary_row<double>(row_at(src, step, y), sums, sums, n, [](simd::lanes_of<float, double> v, vec<double> s) {
+                return s + simd::convert<double>(v);
+            });
+        for (int x = 0; x < n; ++x) store_one(row + x, to_sample<T>(sums[x] / count));
+    } else {
+        // 32-bit sums hold 65536 rows of 16-bit samples (and far more of 8-bit ones).
+        constexpr int chunk = sizeof(T) == 1 ? (1 << 24) : (1 << 16);
+        auto* part = static_cast<uint32_t*>(work);
+        auto* whole = reinterpret_cast<uint64_t*>(static_cast<uint8_t*>(work) + align64(4 * int64_t{n}));
+        for (int x = 0; x < n; ++x) whole[x] = 0;
+        for (int y0 = 0; y0 < size.height; y0 += chunk) {
+            for (int x = 0; x < n; ++x) part[x] = 0;
+            const int y1 = size.height - y0 < chunk ? size.height : y0 + chunk;
+            for (int y = y0; y < y1; ++y)
+                binary_row<uint32_t>(row_at(src, step, y), part, part, n,
+                                     [](simd::lanes_of<T, uint32_t> v, vec<uint32_t> s) {
+                                         return s + simd::widen<uint32_t>(v);
+                                     });
+            for (int x = 0; x < n; ++x) whole[x] += part[x];
+        }
+        for (int x = 0; x < n; ++x) store_one(row + x, to_sample<T>(static_cast<double>(whole[x]) / count));
     }
     return st_ok;
 }
@@ -146,58 +121,26 @@ int accumulator_mean(const float* acc, int acc_step, T* dst, int dst_step, Size 
     if (empty_region(size)) return st_size;
     if (count == 0) return st_bad_arg;
     const float n = static_cast<float>(count);
-    for (int y = 0; y < size.height; ++y) {
-        const float* __restrict a = row_at(acc, acc_step, y);
-        T* __restrict d = row_at(dst, dst_step, y);
-        for (int x = 0; x < size.width; ++x) d[x] = to_sample<T>(a[x] / n);
-    }
+    for (int y = 0; y < size.height; ++y)
+        unary_row_lined<float>(row_at(acc, acc_step, y), row_at(dst, dst_step, y), size.width, [n](vec<float> a) {
+            if constexpr (std::is_floating_point_v<T>) return a / n;
+            else return simd::narrow_sat<T>(simd::round_clamped(a / n, static_cast<float>(max_value<T>())));
+        });
     return st_ok;
 }
 
-}  // namespace
-
-int row_max_8u_c1(const uint8_t* s, int st, uint8_t* d, int ds, Size z) { return row_extreme<uint8_t, true>(s, st, d, ds, z); }
-int row_max_16u_c1(const uint16_t* s, int st, uint16_t* d, int ds, Size z) {
-    return row_extreme<uint16_t, true>(s, st, d, ds, z);
-}
-int row_min_8u_c1(const uint8_t* s, int st, uint8_t* d, int ds, Size z) { return row_extreme<uint8_t, false>(s, st, d, ds, z); }
-int row_min_16u_c1(const uint16_t* s, int st, uint16_t* d, int ds, Size z) {
-    return row_extreme<uint16_t, false>(s, st, d, ds, z);
-}
-
-int column_max_8u_c1ir(const uint8_t* s, int st, Size z, uint8_t* r) { return column_extreme<uint8_t, true>(s, st, z, r); }
-int column_max_16u_c1ir(const uint16_t* s, int st, Size z, uint16_t* r) {
-    return column_extreme<uint16_t, true>(s, st, z, r);
-}
-int column_min_8u_c1ir(const uint8_t* s, int st, Size z, uint8_t* r) { return column_extreme<uint8_t, false>(s, st, z, r); }
-int column_min_16u_c1ir(const uint16_t* s, int st, Size z, uint16_t* r) {
-    return column_extreme<uint16_t, false>(s, st, z, r);
-}
-
-int row_mean_8u_c1(const uint8_t* s, int st, uint8_t* d, int ds, Size z) { return row_mean(s, st, d, ds, z); }
-int row_mean_16u_c1(const uint16_t* s, int st, uint16_t* d, int ds, Size z) { return row_mean(s, st, d, ds, z); }
-int row_mean_32f_c1(const float* s, int st, float* d, int ds, Size z) { return row_mean(s, st, d, ds, z); }
-
-int column_mean_8u_c1(const uint8_t* s, int st, Size z, uint8_t* r, double* w) { return column_mean(s, st, z, r, w); }
-int column_mean_16u_c1(const uint16_t* s, int st, Size z, uint16_t* r, double* w) {
-    return column_mean(s, st, z, r, w);
-}
-int column_mean_32f_c1(const float* s, int st, Size z, float* r, double* w) { return column_mean(s, st, z, r, w); }
-
-int accumulate_8u_c1(const uint8_t* s, int st, float* a, int as, Size z, int r) { return accumulate(s, st, a, as, z, r); }
-int accumulate_16u_c1(const uint16_t* s, int st, float* a, int as, Size z, int r) {
-    return accumulate(s, st, a, as, z, r);
-}
-int accumulate_32f_c1(const float* s, int st, float* a, int as, Size z, int r) { return accumulate(s, st, a, as, z, r); }
-
-int accumulator_mean_8u_c1(const float* a, int as, uint8_t* d, int ds, Size z, uint32_t n) {
-    return accumulator_mean(a, as, d, ds, z, n);
-}
-int accumulator_mean_16u_c1(const float* a, int as, uint16_t* d, int ds, Size z, uint32_t n) {
-    return accumulator_mean(a, as, d, ds, z, n);
-}
-int accumulator_mean_32f_c1(const float* a, int as, float* d, int ds, Size z, uint32_t n) {
-    return accumulator_mean(a, as, d, ds, z, n);
-}
+LUM_INSTANTIATE(row_extreme, uint8_t, op::max)
+LUM_INSTANTIATE(row_extreme, uint16_t, op::max)
+LUM_INSTANTIATE(row_extreme, uint8_t, op::min)
+LUM_INSTANTIATE(row_extreme, uint16_t, op::min)
+LUM_INSTANTIATE(row_mean, uint8_t)
+LUM_INSTANTIATE(row_mean, uint16_t)
+LUM_INSTANTIATE(row_mean, float)
+LUM_INSTANTIATE(column_mean, uint8_t)
+LUM_INSTANTIATE(column_mean, uint16_t)
+LUM_INSTANTIATE(column_mean, float)
+LUM_INSTANTIATE(accumulator_mean, uint8_t)
+LUM_INSTANTIATE(accumulator_mean, uint16_t)
+LUM_INSTANTIATE(accumulator_mean, float)
 
 }  // namespace lum::prim::LUM_ISA

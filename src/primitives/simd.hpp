@@ -502,4 +502,86 @@ inline void interleave3(V c0, V c1, V c2, V& a, V& b, V& c) {
     c = detail::interleave_z<2>(detail::interleave_xy<2>(c0, c1, s), c2, s);
 }
 
+// ---- reductions and lane masks (statistics, histograms, thresholds, scans)
+
+// Sums of each run of eight bytes into one 64-bit lane (psadbw against zero):
+// a whole vector of bytes added in one instruction, exact for any count of
+// vectors a 64-bit lane can hold.
+template <class V>
+inline auto sum_bytes(V v) {
+    static_assert(sizeof(element_t<V>) == 1, "sums of byte lanes");
+    using R = vec<uint64_t, static_cast<int>(sizeof(V))>;
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 64) return (R)_mm512_sad_epu8((__m512i)v, _mm512_setzero_si512());
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32) return (R)_mm256_sad_epu8((__m256i)v, _mm256_setzero_si256());
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (R)_mm_sad_epu8((__m128i)v, _mm_setzero_si128());
+#endif
+    R r{};
+    for (size_t i = 0; i < sizeof(V); ++i) r[i / 8] += static_cast<uint8_t>(v[i]);
+    return r;
+}
+
+// Products of signed 16-bit lanes, each adjacent pair added into one 32-bit
+// lane (pmaddwd). Only -32768 squared twice overflows, to 2^31, which still
+// reads right as an unsigned lane.
+template <class V>
+inline auto madd(V a, V b) {
+    static_assert(std::is_same_v<element_t<V>, int16_t>, "products of signed 16-bit lanes");
+    using R = vec<int32_t, static_cast<int>(sizeof(V))>;
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 64) return (R)_mm512_madd_epi16((__m512i)a, (__m512i)b);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32) return (R)_mm256_madd_epi16((__m256i)a, (__m256i)b);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (R)_mm_madd_epi16((__m128i)a, (__m128i)b);
+#endif
+    R r;
+    for (size_t i = 0; i < sizeof(V) / 4; ++i)
+        r[i] = static_cast<int32_t>(static_cast<uint32_t>(int32_t{a[2 * i]} * b[2 * i]) +
+                                    static_cast<uint32_t>(int32_t{a[2 * i + 1]} * b[2 * i + 1]));
+    return r;
+}
+
+// One bit per lane of a comparison result (lanes all ones or all zeros):
+// lane i gives bit i.
+template <class M>
+inline uint64_t lane_bits(M m) {
+    constexpr int esize = sizeof(element_t<M>);
+    constexpr int n = static_cast<int>(sizeof(M)) / esize;
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(M) == 64) {
+        if constexpr (esize == 1) return _mm512_movepi8_mask((__m512i)m);
+        if constexpr (esize == 2) return _mm512_movepi16_mask((__m512i)m);
+        if constexpr (esize == 4) return _mm512_movepi32_mask((__m512i)m);
+    }
+    if constexpr (sizeof(M) == 32 && esize == 2) return _mm256_movepi16_mask((__m256i)m);
+    if constexpr (sizeof(M) == 16 && esize == 2) return _mm_movepi16_mask((__m128i)m);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(M) == 32) {
+        if constexpr (esize == 1) return static_cast<uint32_t>(_mm256_movemask_epi8((__m256i)m));
+        if constexpr (esize == 2)
+            return _pext_u32(static_cast<uint32_t>(_mm256_movemask_epi8((__m256i)m)), 0x55555555u);
+        if constexpr (esize == 4) return static_cast<uint32_t>(_mm256_movemask_ps((__m256)m));
+    }
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(M) == 16) {
+        if constexpr (esize == 1) return static_cast<uint32_t>(_mm_movemask_epi8((__m128i)m));
+        if constexpr (esize == 2)
+            return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16((__m128i)m, _mm_setzero_si128())));
+        if constexpr (esize == 4) return static_cast<uint32_t>(_mm_movemask_ps((__m128)m));
+    }
+#endif
+    uint64_t bits = 0;
+    for (int i = 0; i < n; ++i) bits |= static_cast<uint64_t>(m[i] != 0) << i;
+    return bits;
+}
+
 }  // namespace lum::prim::LUM_ISA::simd

@@ -1,5 +1,8 @@
-// Threshold, compare and masked-set kernels, one body per sample type,
-// written as branch-free selects over whole rows.
+// Threshold, compare and masked-set kernels: each rule a select on vectors
+// (or on one sample, for rows that read their own output), fed to the
+// element-wise row loops.
+#include <cstdint>
+
 #include "primitives/kernel.hpp"
 #include "primitives/threshold.hpp"
 
@@ -7,158 +10,121 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
-// No __restrict: the copying form is also called with source == destination,
-// and the compiler's overlap check keeps the vector loop for distinct rows.
-template <class T>
-int lt_val_copy(const T* src, int src_step, T* dst, int dst_step, Size size, T threshold, T value) {
-    if (!src || !dst) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        const T* s = row_at(src, src_step, y);
-        T* d = row_at(dst, dst_step, y);
-        for (int x = 0; x < size.width; ++x) d[x] = s[x] < threshold ? value : s[x];
-    }
-    return st_ok;
-}
+using simd::vec;
 
-template <class T>
-int lt_val_inplace(T* image, int step, Size size, T threshold, T value) {
-    if (!image) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        T* __restrict p = row_at(image, step, y);
-        for (int x = 0; x < size.width; ++x) p[x] = p[x] < threshold ? value : p[x];
-    }
-    return st_ok;
-}
+// A rule's constants as V (a vector of samples, or one sample), and the rule.
+template <class V, class Rule>
+struct rule_of;
 
-template <class T>
-int compare_ge(const T* src, int src_step, T value, uint8_t* mask, int mask_step, Size size) {
-    if (!src || !mask) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, src_step, y);
-        uint8_t* __restrict m = row_at(mask, mask_step, y);
-        for (int x = 0; x < size.width; ++x) m[x] = s[x] >= value ? uint8_t{255} : uint8_t{0};
+template <class V, class T>
+struct rule_of<V, thr::below<T>> {
+    V t, v;
+    explicit rule_of(thr::below<T> r) : t(V{} + r.threshold), v(V{} + r.value) {}
+    V operator()(V s) const { return s < t ? v : s; }
+};
+template <class V, class T>
+struct rule_of<V, thr::above<T>> {
+    V t, v;
+    explicit rule_of(thr::above<T> r) : t(V{} + r.threshold), v(V{} + r.value) {}
+    V operator()(V s) const { return s > t ? v : s; }
+};
+template <class V, class T>
+struct rule_of<V, thr::below_above<T>> {
+    V lt, ltv, gt, gtv;
+    explicit rule_of(thr::below_above<T> r)
+        : lt(V{} + r.lt), ltv(V{} + r.lt_value), gt(V{} + r.gt), gtv(V{} + r.gt_value) {}
+    V operator()(V s) const {
+        const V t = s < lt ? ltv : s;
+        return t > gt ? gtv : t;
     }
-    return st_ok;
-}
+};
+template <class V, class T>
+struct rule_of<V, thr::split<T>> {
+    V t, lo, hi;
+    explicit rule_of(thr::split<T> r) : t(V{} + r.threshold), lo(V{} + r.below), hi(V{} + r.at_or_above) {}
+    V operator()(V s) const { return s < t ? lo : hi; }
+};
+template <class V, class T>
+struct rule_of<V, thr::below_then_at_least<T>> {
+    V t, up, down;
+    explicit rule_of(thr::below_then_at_least<T> r) : t(V{} + r.threshold), up(V{} + r.raised), down(V{} + r.lowered) {}
+    V operator()(V s) const {
+        const V u = s < t ? up : s;
+        return u >= t ? down : u;
+    }
+};
 
+// True when d starts inside the n samples from s, past s itself: a vector
+// would read samples that the same row writes first.
 template <class T>
-int set_masked(T value, T* image, int step, Size size, const uint8_t* mask, int mask_step) {
-    if (!image || !mask) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        T* __restrict p = row_at(image, step, y);
-        const uint8_t* __restrict m = row_at(mask, mask_step, y);
-        for (int x = 0; x < size.width; ++x) p[x] = m[x] ? value : p[x];
-    }
-    return st_ok;
-}
-
-template <class T>
-int lt_gt(const T* src, int src_step, T* dst, int dst_step, Size size, T lt, T lt_value, T gt, T gt_value) {
-    if (!src || !dst) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        const T* s = row_at(src, src_step, y);
-        T* d = row_at(dst, dst_step, y);
-        for (int x = 0; x < size.width; ++x) {
-            const T t = s[x] < lt ? lt_value : s[x];
-            d[x] = t > gt ? gt_value : t;
-        }
-    }
-    return st_ok;
-}
-
-template <class T>
-int split(const T* src, int src_step, T* dst, int dst_step, Size size, T threshold, T below, T at_or_above) {
-    if (!src || !dst) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        const T* __restrict s = row_at(src, src_step, y);
-        T* __restrict d = row_at(dst, dst_step, y);
-        for (int x = 0; x < size.width; ++x) d[x] = s[x] < threshold ? below : at_or_above;
-    }
-    return st_ok;
-}
-
-template <class T>
-int lt_then_ge(T* image, int step, Size size, T threshold, T raised, T lowered) {
-    if (!image) return st_null;
-    if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y) {
-        T* __restrict p = row_at(image, step, y);
-        for (int x = 0; x < size.width; ++x) {
-            const T t = p[x] < threshold ? raised : p[x];
-            p[x] = t >= threshold ? lowered : t;
-        }
-    }
-    return st_ok;
+bool ahead_in_row(const T* s, const T* d, int n) {
+    const auto sa = reinterpret_cast<uintptr_t>(s), da = reinterpret_cast<uintptr_t>(d);
+    return da > sa && da - sa < static_cast<uintptr_t>(n) * sizeof(T);
 }
 
 }  // namespace
 
-int threshold_lt_val_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t t, uint8_t v) {
-    return lt_val_copy(s, ss, d, ds, z, t, v);
-}
-int threshold_lt_val_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint16_t t, uint16_t v) {
-    return lt_val_copy(s, ss, d, ds, z, t, v);
-}
-int threshold_lt_val_32f_c1r(const float* s, int ss, float* d, int ds, Size z, float t, float v) {
-    return lt_val_copy(s, ss, d, ds, z, t, v);
-}
-
-int threshold_lt_val_8u_c1ir(uint8_t* p, int s, Size z, uint8_t t, uint8_t v) { return lt_val_inplace(p, s, z, t, v); }
-int threshold_lt_val_16u_c1ir(uint16_t* p, int s, Size z, uint16_t t, uint16_t v) {
-    return lt_val_inplace(p, s, z, t, v);
-}
-int threshold_lt_val_32f_c1ir(float* p, int s, Size z, float t, float v) { return lt_val_inplace(p, s, z, t, v); }
-
-int compare_ge_c_8u_c1r(const uint8_t* s, int ss, uint8_t v, uint8_t* m, int ms, Size z) {
-    return compare_ge(s, ss, v, m, ms, z);
-}
-int compare_ge_c_16u_c1r(const uint16_t* s, int ss, uint16_t v, uint8_t* m, int ms, Size z) {
-    return compare_ge(s, ss, v, m, ms, z);
-}
-int compare_ge_c_32f_c1r(const float* s, int ss, float v, uint8_t* m, int ms, Size z) {
-    return compare_ge(s, ss, v, m, ms, z);
+template <class T, class Rule>
+int threshold(const T* src, int src_step, T* dst, int dst_step, Size size, Rule rule) {
+    if (!src || !dst) return st_null;
+    if (empty_region(size)) return st_size;
+    const rule_of<vec<T>, Rule> lanes(rule);
+    const rule_of<T, Rule> one(rule);
+    for (int y = 0; y < size.height; ++y) {
+        const T* s = row_at(src, src_step, y);
+        T* d = row_at(dst, dst_step, y);
+        if (ahead_in_row(s, d, size.width))
+            for (int x = 0; x < size.width; ++x) store_one(d + x, one(load_one(s + x)));
+        else
+            unary_row_lined(s, d, size.width, lanes);
+    }
+    return st_ok;
 }
 
-int set_masked_8u_c1mr(uint8_t v, uint8_t* p, int s, Size z, const uint8_t* m, int ms) {
-    return set_masked(v, p, s, z, m, ms);
-}
-int set_masked_16u_c1mr(uint16_t v, uint16_t* p, int s, Size z, const uint8_t* m, int ms) {
-    return set_masked(v, p, s, z, m, ms);
-}
-int set_masked_32f_c1mr(float v, float* p, int s, Size z, const uint8_t* m, int ms) {
-    return set_masked(v, p, s, z, m, ms);
+template <class T>
+int compare_at_least(const T* src, int src_step, T value, uint8_t* mask, int mask_step, Size size) {
+    if (!src || !mask) return st_null;
+    if (empty_region(size)) return st_size;
+    const vec<T> v = simd::splat(value);
+    for (int y = 0; y < size.height; ++y)
+        unary_row_lined<T>(row_at(src, src_step, y), row_at(mask, mask_step, y), size.width, [v](vec<T> s) {
+            const auto at_least = s >= v;  // all ones or zeros per lane
+            if constexpr (sizeof(T) == 1) return (vec<uint8_t>)at_least;
+            else if constexpr (sizeof(T) == 2) return simd::narrow_sat<uint8_t>((vec<uint16_t>)at_least);
+            else return simd::narrow_sat<uint8_t>(at_least & 255);
+        });
+    return st_ok;
 }
 
-int threshold_lt_gt_val_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t a, uint8_t av, uint8_t b,
-                               uint8_t bv) {
-    return lt_gt(s, ss, d, ds, z, a, av, b, bv);
+template <class T>
+int set_selected(T value, T* image, int step, Size size, const uint8_t* mask, int mask_step) {
+    if (!image || !mask) return st_null;
+    if (empty_region(size)) return st_size;
+    using U = std::conditional_t<sizeof(T) == 1, uint8_t, std::conditional_t<sizeof(T) == 2, uint16_t, uint32_t>>;
+    const vec<T> v = simd::splat(value);
+    for (int y = 0; y < size.height; ++y) {
+        T* p = row_at(image, step, y);
+        binary_row_lined<T>(row_at(mask, mask_step, y), p, p, size.width, [v](simd::lanes_of<uint8_t, T> m, vec<T> s) {
+            if constexpr (sizeof(T) == 1) return m != 0 ? v : s;
+            else return simd::widen<U>(m) != 0 ? v : s;
+        });
+    }
+    return st_ok;
 }
-int threshold_lt_gt_val_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint16_t a, uint16_t av,
-                                uint16_t b, uint16_t bv) {
-    return lt_gt(s, ss, d, ds, z, a, av, b, bv);
-}
-int threshold_lt_gt_val_32f_c1r(const float* s, int ss, float* d, int ds, Size z, float a, float av, float b,
-                                float bv) {
-    return lt_gt(s, ss, d, ds, z, a, av, b, bv);
-}
-int threshold_split_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t t, uint8_t lo, uint8_t hi) {
-    return split(s, ss, d, ds, z, t, lo, hi);
-}
-int threshold_split_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint16_t t, uint16_t lo,
-                            uint16_t hi) {
-    return split(s, ss, d, ds, z, t, lo, hi);
-}
-int threshold_lt_then_ge_8u_c1ir(uint8_t* p, int s, Size z, uint8_t t, uint8_t up, uint8_t down) {
-    return lt_then_ge(p, s, z, t, up, down);
-}
-int threshold_lt_then_ge_16u_c1ir(uint16_t* p, int s, Size z, uint16_t t, uint16_t up, uint16_t down) {
-    return lt_then_ge(p, s, z, t, up, down);
-}
+
+#define LUM_RULES(T)                                        \
+    LUM_INSTANTIATE(threshold, T, thr::below<T>)            \
+    LUM_INSTANTIATE(threshold, T, thr::above<T>)            \
+    LUM_INSTANTIATE(threshold, T, thr::below_above<T>)      \
+    LUM_INSTANTIATE(compare_at_least, T)                    \
+    LUM_INSTANTIATE(set_selected, T)
+LUM_RULES(uint8_t)
+LUM_RULES(uint16_t)
+LUM_RULES(float)
+#undef LUM_RULES
+LUM_INSTANTIATE(threshold, uint8_t, thr::split<uint8_t>)
+LUM_INSTANTIATE(threshold, uint16_t, thr::split<uint16_t>)
+LUM_INSTANTIATE(threshold, uint8_t, thr::below_then_at_least<uint8_t>)
+LUM_INSTANTIATE(threshold, uint16_t, thr::below_then_at_least<uint16_t>)
 
 }  // namespace lum::prim::LUM_ISA

@@ -13,43 +13,12 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
+using namespace watershed_layout;
+
 constexpr uint32_t kQueued = 1u << 16;
 constexpr uint32_t kDone = 1u << 17;
 constexpr uint32_t kLabel = 0xFFFFu;
-constexpr uint32_t kNone = 0xFFFFFFFFu;
 constexpr uint32_t kPrefetchDistance = 16;
-
-uint64_t grid_cells(Size size) {
-    return (static_cast<uint64_t>(size.width) + 2) * (static_cast<uint64_t>(size.height) + 2);
-}
-
-
-// Entries per queue block: large for 256 levels, small for 65536 levels so
-// that the partly filled blocks of many levels stay cheap.
-constexpr uint32_t block_entries(int source_bytes) { return source_bytes == 1 ? 1024 : 32; }
-constexpr uint64_t level_count(int source_bytes) { return source_bytes == 1 ? 256 : 65536; }
-
-// Blocks in use at once: every block but the first and last of a level is
-// full of pixels waiting, and each pixel waits at most once.
-uint64_t pool_blocks(uint64_t cells, int source_bytes) {
-    return cells / block_entries(source_bytes) + 2 * level_count(source_bytes) + 2;
-}
-
-struct Layout {
-    uint64_t cell, items, block_next, queues, total;
-};
-
-// Byte offsets of the parts of the work buffer.
-Layout layout(uint64_t n, int source_bytes) {
-    const uint64_t blocks = pool_blocks(n, source_bytes);
-    Layout l{};
-    l.cell = 0;
-    l.items = align64(n * 4 * static_cast<uint64_t>(source_bytes));  // 32-bit cells for 8u, 64-bit for 16u
-    l.block_next = l.items + align64(blocks * block_entries(source_bytes) * 4);
-    l.queues = l.block_next + align64(blocks * 4);
-    l.total = l.queues + level_count(source_bytes) * 16;
-    return l;
-}
 
 // FIFO buckets, one per grey level, over a pool of blocks.
 template <uint32_t B>
@@ -130,8 +99,10 @@ struct CellOf<uint16_t> {
     static constexpr int shift = 32;
 };
 
+}  // namespace
+
 template <class T>
-int flood(const T* src, int src_step, uint16_t* markers, int markers_step, Size size, uint8_t* buffer) {
+int watershed(const T* src, int src_step, uint16_t* markers, int markers_step, Size size, uint8_t* buffer) {
     if (!src || !markers || !buffer) return st_null;
     if (empty_region(size)) return st_size;
     using Cell = typename CellOf<T>::type;
@@ -152,12 +123,14 @@ int flood(const T* src, int src_step, uint16_t* markers, int markers_step, Size 
     // The grid: frame cells are done and unlabelled; seeds are done.
     for (int64_t x = 0; x < stride; ++x) cell[x] = kDone, cell[n - 1 - x] = kDone;
     for (int y = 0; y < size.height; ++y) {
-        const uint16_t* __restrict m = row_at(markers, markers_step, y);
-        const T* __restrict s = row_at(src, src_step, y);
+        const uint16_t* m = row_at(markers, markers_step, y);
+        const T* s = row_at(src, src_step, y);
         Cell* __restrict c = cell + (y + 1) * stride;
         c[0] = c[stride - 1] = kDone;
-        for (int x = 0; x < size.width; ++x)
-            c[x + 1] = (static_cast<Cell>(s[x]) << shift) | (m[x] ? (m[x] | kDone) : 0u);
+        for (int x = 0; x < size.width; ++x) {
+            const uint16_t label = load_one(m + x);
+            c[x + 1] = (static_cast<Cell>(load_one(s + x)) << shift) | (label ? (label | kDone) : 0u);
+        }
     }
 
     const int64_t offsets[8] = {-stride - 1, -stride, -stride + 1, -1, 1, stride - 1, stride, stride + 1};
@@ -217,30 +190,14 @@ int flood(const T* src, int src_step, uint16_t* markers, int markers_step, Size 
     }
 
     for (int y = 0; y < size.height; ++y) {
-        uint16_t* __restrict m = row_at(markers, markers_step, y);
+        uint16_t* m = row_at(markers, markers_step, y);
         const Cell* __restrict c = cell + (y + 1) * stride + 1;
-        for (int x = 0; x < size.width; ++x) m[x] = static_cast<uint16_t>(c[x] & kLabel);
+        for (int x = 0; x < size.width; ++x) store_one(m + x, static_cast<uint16_t>(c[x] & kLabel));
     }
     return st_ok;
 }
 
-}  // namespace
-
-int watershed_get_buffer_size(Size size, int source_bytes, int64_t* bytes) {
-    if (!bytes) return st_null;
-    if (empty_region(size)) return st_size;
-    if (source_bytes != 1 && source_bytes != 2) return st_bad_arg;
-    const uint64_t n = grid_cells(size);
-    if (n >= kNone || pool_blocks(n, source_bytes) >= kNone) return st_bad_arg;
-    *bytes = static_cast<int64_t>(layout(n, source_bytes).total);
-    return st_ok;
-}
-
-int watershed_8u_c1ir(const uint8_t* s, int ss, uint16_t* m, int ms, Size z, uint8_t* b) {
-    return flood(s, ss, m, ms, z, b);
-}
-int watershed_16u_c1ir(const uint16_t* s, int ss, uint16_t* m, int ms, Size z, uint8_t* b) {
-    return flood(s, ss, m, ms, z, b);
-}
+LUM_INSTANTIATE(watershed, uint8_t)
+LUM_INSTANTIATE(watershed, uint16_t)
 
 }  // namespace lum::prim::LUM_ISA

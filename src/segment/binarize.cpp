@@ -5,44 +5,23 @@
 #include <cmath>
 
 #include "image/call_frame.hpp"
-#include "primitives/fill.hpp"
 #include "primitives/threshold.hpp"
 
 namespace lum {
 
 namespace {
 
-// Kernel family by sample type.
-template <class T>
-struct kernels;
-template <>
-struct kernels<uint8_t> {
-    static constexpr auto& lt_copy = prim::threshold_lt_val_8u_c1r;
-    static constexpr auto& lt = prim::threshold_lt_val_8u_c1ir;
-    static constexpr auto& gt = prim::threshold_gt_val_8u_c1ir;
-    static constexpr auto& ge_mask = prim::compare_ge_c_8u_c1r;
-    static constexpr auto& set_masked = prim::set_masked_8u_c1mr;
-    static constexpr auto& lt_gt = prim::threshold_lt_gt_val_8u_c1r;
-    static constexpr auto& split = prim::threshold_split_8u_c1r;
-    static constexpr auto& lt_then_ge = prim::threshold_lt_then_ge_8u_c1ir;
-};
-template <>
-struct kernels<uint16_t> {
-    static constexpr auto& lt_copy = prim::threshold_lt_val_16u_c1r;
-    static constexpr auto& lt = prim::threshold_lt_val_16u_c1ir;
-    static constexpr auto& gt = prim::threshold_gt_val_16u_c1ir;
-    static constexpr auto& ge_mask = prim::compare_ge_c_16u_c1r;
-    static constexpr auto& set_masked = prim::set_masked_16u_c1mr;
-    static constexpr auto& lt_gt = prim::threshold_lt_gt_val_16u_c1r;
-    static constexpr auto& split = prim::threshold_split_16u_c1r;
-    static constexpr auto& lt_then_ge = prim::threshold_lt_then_ge_16u_c1ir;
-};
-template <>
-struct kernels<float> {
-    static constexpr auto& lt = prim::threshold_lt_val_32f_c1ir;
-    static constexpr auto& gt = prim::threshold_gt_val_32f_c1ir;
-    static constexpr auto& lt_gt = prim::threshold_lt_gt_val_32f_c1r;
-};
+namespace thr = prim::thr;
+
+// One threshold rule over a region.
+template <class T, class Rule>
+int8_t apply(const T* src, int src_step, T* dst, int dst_step, prim::Size size, Rule rule) {
+    return map_status(prim::threshold<T, Rule>(src, src_step, dst, dst_step, size, rule));
+}
+template <class T, class Rule>
+int8_t apply(T* image, int step, prim::Size size, Rule rule) {
+    return apply(static_cast<const T*>(image), step, image, step, size, rule);
+}
 
 // Float to int as the processor's truncating conversion does it: NaN and
 // values beyond 32 bits give the "integer indefinite" 0x80000000, whose low
@@ -69,11 +48,6 @@ int8_t check_region(const img* image, lum_point origin, lum_size size, bool firs
     return ok;
 }
 
-// True when rows of `row_bytes` starting `x_bytes` into rows y.. y+h-1 stay in the buffer.
-bool rows_in_buffer(const img& image, int64_t x_bytes, int64_t y, int64_t row_bytes, int64_t h) {
-    return span_fits(image, y * image.step_bytes + x_bytes, h, image.step_bytes, row_bytes);
-}
-
 // A scratch 8-bit mask of the region; a failed allocation surfaces as the
 // null-pointer status of the first kernel that uses it.
 struct region_mask {
@@ -90,24 +64,28 @@ enum class sharing { none, same, partial };
 // become max and the others 0 (t < 0). A threshold whose low bits are 0
 // leaves a copy: nothing is below 0 and nothing above the type's top.
 // The steps are "below t to 0, then above t - 1 to max" and "below |t| to
-// max, then where the source is at least |t|, 0"; where the second step would
-// read what the first wrote, or cannot, the steps are fused into one pass
-// with the same result.
+// max, then where the source is at least |t|, 0". Where the regions do not
+// overlap, or are the same region, the steps are fused into one pass with the
+// same result; regions that overlap otherwise take the steps one by one, the
+// second reading what the first wrote.
 template <class T>
 int8_t binarize_two(const T* src, int src_step, T* dst, int dst_step, prim::Size size, int32_t t, T max,
                     sharing shared) {
-    using K = kernels<T>;
-    if (t >= 0)
-        return map_status(K::lt_gt(src, src_step, dst, dst_step, size, static_cast<T>(t), T{0},
-                                   static_cast<T>(int64_t{t} - 1), max));
+    if (t >= 0) {
+        const T at = static_cast<T>(t), above = static_cast<T>(int64_t{t} - 1);
+        if (shared != sharing::partial)
+            return apply(src, src_step, dst, dst_step, size, thr::below_above<T>{at, T{0}, above, max});
+        LUM_CHECK(apply(src, src_step, dst, dst_step, size, thr::below<T>{at, T{0}}));
+        return apply(dst, dst_step, size, thr::above<T>{above, max});
+    }
     if (max < T{0}) return out_of_range;
     const T threshold = static_cast<T>(-int64_t{t});
-    if (shared == sharing::none) return map_status(K::split(src, src_step, dst, dst_step, size, threshold, max, T{0}));
-    if (shared == sharing::same) return map_status(K::lt_then_ge(dst, dst_step, size, threshold, max, T{0}));
+    if (shared == sharing::none) return apply(src, src_step, dst, dst_step, size, thr::split<T>{threshold, max, T{0}});
+    if (shared == sharing::same) return apply(dst, dst_step, size, thr::below_then_at_least<T>{threshold, max, T{0}});
     region_mask mask(size);
-    LUM_CHECK(map_status(K::lt_copy(src, src_step, dst, dst_step, size, threshold, max)));
-    LUM_CHECK(map_status(K::ge_mask(src, src_step, threshold, mask.bytes.get(), mask.step, size)));
-    return map_status(K::set_masked(T{0}, dst, dst_step, size, mask.bytes.get(), mask.step));
+    LUM_CHECK(apply(src, src_step, dst, dst_step, size, thr::below<T>{threshold, max}));
+    LUM_CHECK(map_status(prim::compare_at_least<T>(src, src_step, threshold, mask.bytes.get(), mask.step, size)));
+    return map_status(prim::set_selected<T>(T{0}, dst, dst_step, size, mask.bytes.get(), mask.step));
 }
 
 sharing shared_memory(const uint8_t* a, int a_step, const uint8_t* b, int b_step, int64_t row_bytes, int64_t rows) {
@@ -128,10 +106,12 @@ int8_t binarization(img* source, lum_point src_origin, img* destination, lum_poi
     // 16-bit samples. The destination's start uses its own sample size.
     const int kernel_bytes = format == lum_fmt_8u ? 1 : 2;
     const int64_t row_bytes = int64_t{size.width} * kernel_bytes;
-    if (!rows_in_buffer(*source, int64_t{src_origin.x} * bytes_per_sample(format), src_origin.y, row_bytes,
-                        size.height) ||
-        !rows_in_buffer(*destination, int64_t{dst_origin.x} * bytes_per_sample(destination->pix_type),
-                        dst_origin.y, row_bytes, size.height))
+    if (!span_fits(*source, int64_t{src_origin.y} * source->step_bytes + int64_t{src_origin.x} * bytes_per_sample(format),
+                   size.height, source->step_bytes, row_bytes) ||
+        !span_fits(*destination,
+                   int64_t{dst_origin.y} * destination->step_bytes +
+                       int64_t{dst_origin.x} * bytes_per_sample(destination->pix_type),
+                   size.height, destination->step_bytes, row_bytes))
         return beyond_image;
 
     const prim::Size region = {size.width, size.height};
@@ -149,28 +129,26 @@ int8_t binarization(img* source, lum_point src_origin, img* destination, lum_poi
 
 template <class T>
 int8_t binarize_inplace_int(T* p, int step, prim::Size size, float a, float b, float c) {
-    using K = kernels<T>;
     const int64_t t = truncate(std::fabs(a));
     const T threshold = static_cast<T>(t), low = static_cast<T>(truncate(b)), high = static_cast<T>(truncate(c));
     if (!(a < 0.0f)) {
         if (low > high) return out_of_range;
-        return map_status(K::lt_gt(p, step, p, step, size, threshold, low, static_cast<T>(t - 1), high));
+        return apply(p, step, size, thr::below_above<T>{threshold, low, static_cast<T>(t - 1), high});
     }
     if (high < low) return out_of_range;
     // "At least t" is judged on the raised samples: with high >= t every sample ends at low.
-    return map_status(K::lt_then_ge(p, step, size, threshold, high, low));
+    return apply(p, step, size, thr::below_then_at_least<T>{threshold, high, low});
 }
 
 int8_t binarize_inplace_float(float* p, int step, prim::Size size, float a, float b, float c) {
-    using K = kernels<float>;
     const float t = std::fabs(a);
     if (b > c) return out_of_range;
     if (!(a < 0.0f)) {
         // Samples equal to t also reach the high level.
-        return map_status(K::lt_gt(p, step, p, step, size, t, b, static_cast<float>(static_cast<double>(t) - 0.0001), c));
+        return apply(p, step, size, thr::below_above<float>{t, b, static_cast<float>(static_cast<double>(t) - 0.0001), c});
     }
-    LUM_CHECK(map_status(K::lt(p, step, size, t, c)));
-    return map_status(K::lt(p, step, size, c, b));
+    LUM_CHECK(apply(p, step, size, thr::below<float>{t, c}));
+    return apply(p, step, size, thr::below<float>{c, b});
 }
 
 int8_t binarization_inplace(img* image, float a, float b, float c) {
@@ -189,11 +167,10 @@ int8_t binarization_inplace(img* image, float a, float b, float c) {
 // A NaN bound leaves its side unclipped.
 template <class T, class Bound>
 int8_t clip(T* p, int step, prim::Size size, Bound low, Bound high, bool has_low, bool has_high) {
-    using K = kernels<T>;
     const T lo = static_cast<T>(low), hi = static_cast<T>(high);
-    if (has_low && has_high) return map_status(K::lt_gt(p, step, p, step, size, lo, lo, hi, hi));
-    if (has_low) return map_status(K::lt(p, step, size, lo, lo));
-    if (has_high) return map_status(K::gt(p, step, size, hi, hi));
+    if (has_low && has_high) return apply(p, step, size, thr::below_above<T>{lo, lo, hi, hi});
+    if (has_low) return apply(p, step, size, thr::below<T>{lo, lo});
+    if (has_high) return apply(p, step, size, thr::above<T>{hi, hi});
     return ok;
 }
 

@@ -170,10 +170,7 @@ public:
 
 private:
     int scan_row(const T* above, const T* row, int32_t* xs, int32_t* found) const {
-        if constexpr (sizeof(T) == 1)
-            return prim::contour_starts_8u(above, row, w_, xs, found);
-        else
-            return prim::contour_starts_16u(above, row, w_, xs, found);
+        return prim::contour_starts<T>(above, row, w_, xs, found);
     }
 
     bool inside_earlier(const contour_set& set, const box_index& index, int32_t x, int32_t y) const {

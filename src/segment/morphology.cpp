@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "image/call_frame.hpp"
-#include "measure/masks.hpp"
+#include "primitives/ellipse.hpp"
 #include "primitives/fill.hpp"
 #include "primitives/morph.hpp"
 
@@ -35,21 +35,21 @@ int8_t build_element(int32_t shape, int32_t width, int32_t height, uint8_t* elem
 
 // Work-buffer query, allocation and run; the destination receives the
 // source's width and height with its own step.
-template <class T, class Kernel>
-int8_t run_kernel(const Kernel& kernel, int op, const img& source, img& destination, const uint8_t* element,
-                  prim::Size element_size, int query_op, bool op_accepted) {
+template <class T>
+int8_t run_kernel(int op, const img& source, img& destination, const uint8_t* element, prim::Size element_size,
+                  int query_op, bool op_accepted) {
     int64_t work_bytes = 0;
-    LUM_CHECK(map_status(prim::morph_work_size(query_op, size_of(source), element_size,
-                                               bytes_per_sample(source.pix_type), source.channels, &work_bytes)));
+    LUM_CHECK(map_status(prim::morph_work_size(query_op, size_of(source), element_size, sizeof(T), source.channels,
+                                               &work_bytes)));
     auto work = make_scratch<uint8_t>(work_bytes);
     if (!op_accepted) return out_of_range;
     const int64_t row_bytes = int64_t{source.width} * bytes_per_pixel(source);
     if (!span_fits(source, 0, source.height, source.step_bytes, row_bytes) ||
         !span_fits(destination, 0, source.height, destination.step_bytes, row_bytes))
         return beyond_image;
-    return map_status(kernel(op, static_cast<const T*>(source.frame_buf), step_of(source),
-                             static_cast<T*>(destination.frame_buf), step_of(destination), size_of(source), element,
-                             element_size, work.get()));
+    return map_status(prim::morph<T>(op, static_cast<const T*>(source.frame_buf), step_of(source),
+                                     static_cast<T*>(destination.frame_buf), step_of(destination), size_of(source),
+                                     static_cast<int>(source.channels), element, element_size, work.get()));
 }
 
 }  // namespace
@@ -58,17 +58,13 @@ int8_t open_close(img* source, img* destination, const lum_morph_param& param) {
     LUM_CHECK(require_initialised(source, destination));
     auto element = make_scratch<uint8_t>(int64_t{param.width} * param.height);
     LUM_CHECK(build_element(param.shape, param.width, param.height, element.get()));
-    const lum_data_format format = source->pix_type;
-    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
-    if (source->channels != lum_gray) return bad_channels;
-    if (!element) return out_of_range;
-    const prim::Size element_size{param.width, param.height};
-    const bool accepted = param.operation == prim::morph_open || param.operation == prim::morph_close;
-    if (format == lum_fmt_8u)
-        return run_kernel<uint8_t>(prim::morph_8u_c1r, param.operation, *source, *destination, element.get(),
-                                   element_size, prim::morph_open, accepted);
-    return run_kernel<uint16_t>(prim::morph_16u_c1r, param.operation, *source, *destination, element.get(),
-                                element_size, prim::morph_open, accepted);
+    return with_sample_type<uint8_t, uint16_t>(source->pix_type, [&]<class T>() -> int8_t {
+        if (source->channels != lum_gray) return bad_channels;
+        if (!element) return out_of_range;
+        const bool accepted = param.operation == prim::morph_open || param.operation == prim::morph_close;
+        return run_kernel<T>(param.operation, *source, *destination, element.get(), {param.width, param.height},
+                             prim::morph_open, accepted);
+    });
 }
 
 int8_t erode_dilate(img* source, img* destination, const lum_morph_param& param) {
@@ -81,19 +77,11 @@ int8_t erode_dilate(img* source, img* destination, const lum_morph_param& param)
     if (!element) return no_memory;
     LUM_CHECK(build_element(param.shape, param.width, param.height, element.get()));
     if (source->channels != lum_gray && source->channels != lum_color) return out_of_range;
-    const bool three = source->channels == lum_color;
-    const prim::Size element_size{param.width, param.height};
-    const bool accepted = param.operation == prim::morph_erode || param.operation == prim::morph_dilate;
-    const auto run = [&](const auto& kernel, auto sample) {
-        using T = decltype(sample);
-        return run_kernel<T>(kernel, param.operation, *source, *destination, element.get(), element_size,
+    return with_sample_type<uint8_t, uint16_t, float>(format, [&]<class T>() -> int8_t {
+        const bool accepted = param.operation == prim::morph_erode || param.operation == prim::morph_dilate;
+        return run_kernel<T>(param.operation, *source, *destination, element.get(), {param.width, param.height},
                              prim::morph_erode, accepted);
-    };
-    switch (format) {
-        case lum_fmt_8u: return three ? run(prim::morph_8u_c3r, uint8_t{}) : run(prim::morph_8u_c1r, uint8_t{});
-        case lum_fmt_16u: return three ? run(prim::morph_16u_c3r, uint16_t{}) : run(prim::morph_16u_c1r, uint16_t{});
-        default: return three ? run(prim::morph_32f_c3r, float{}) : run(prim::morph_32f_c1r, float{});
-    }
+    });
 }
 
 }  // namespace lum

@@ -17,21 +17,22 @@ int8_t watershed(const img* source, img* markers) {
     if (source->width != markers->width || source->height != markers->height) return mismatch;
 
     const prim::Size size = size_of(*source);
-    auto* labels = static_cast<uint16_t*>(markers->frame_buf);
-    uint16_t lowest = 0, highest = 0;
-    LUM_CHECK(map_status(prim::min_max_16u_c1(labels, step_of(*markers), size, &lowest, &highest)));
-    if (highest == 0) return empty_item;  // no seed to flood from
+    return with_sample_type<uint8_t, uint16_t>(source->pix_type, [&]<class T>() -> int8_t {
+        if (!span_fits(*markers, 0, size.height, markers->step_bytes, int64_t{size.width} * 2) ||
+            !span_fits(*source, 0, size.height, source->step_bytes, int64_t{size.width} * sizeof(T)))
+            return beyond_image;
+        auto* labels = static_cast<uint16_t*>(markers->frame_buf);
+        uint16_t lowest = 0, highest = 0;
+        LUM_CHECK(map_status(prim::min_max<uint16_t>(labels, step_of(*markers), size, 1, &lowest, &highest)));
+        if (highest == 0) return empty_item;  // no seed to flood from
 
-    const int source_bytes = bytes_per_sample(source->pix_type);
-    int64_t bytes = 0;
-    LUM_CHECK(map_status(prim::watershed_get_buffer_size(size, source_bytes, &bytes)));
-    const auto buffer = make_scratch<uint8_t>(bytes);
-    if (!buffer) return no_memory;
-    if (source_bytes == 1)
-        return map_status(prim::watershed_8u_c1ir(static_cast<const uint8_t*>(source->frame_buf), step_of(*source),
-                                                  labels, step_of(*markers), size, buffer.get()));
-    return map_status(prim::watershed_16u_c1ir(static_cast<const uint16_t*>(source->frame_buf), step_of(*source),
-                                               labels, step_of(*markers), size, buffer.get()));
+        int64_t bytes = 0;
+        LUM_CHECK(map_status(prim::watershed_get_buffer_size(size, sizeof(T), &bytes)));
+        const auto buffer = make_scratch<uint8_t>(bytes);
+        if (!buffer) return no_memory;
+        return map_status(prim::watershed<T>(static_cast<const T*>(source->frame_buf), step_of(*source), labels,
+                                             step_of(*markers), size, buffer.get()));
+    });
 }
 
 }  // namespace

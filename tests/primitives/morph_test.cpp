@@ -1,30 +1,34 @@
 // Morphology kernels against a direct minimum/maximum over the element with
 // replicated borders: rectangles (odd, even, wider than the image), ellipses
 // and arbitrary elements with several runs per row and empty rows, every
-// operation, one and three channels, in place, every processor variant.
+// operation, one and three channels, in place, every processor variant, on
+// regions at odd addresses with odd steps.
 #include <algorithm>
 #include <vector>
 
-#include "measure/masks.hpp"
+#include "primitives/ellipse.hpp"
 #include "primitives/morph.hpp"
+#include "support/regions.hpp"
 #include "support/support.hpp"
 
 namespace {
 
 using lum::prim::Size;
+using lum::test::Region;
 
+// A w × h image of c interleaved channels on the shared region harness.
 template <class T>
-struct Plane {
-    int w, h, c, step;  // step in samples
-    std::vector<T> v;
-    Plane(int w_, int h_, int c_, int pad) : w(w_), h(h_), c(c_), step(w_ * c_ + pad), v(size_t(step) * h_ + 8) {}
-    T& at(int x, int y, int ch) { return v[size_t(y) * step + size_t(x) * c + ch]; }
-    T at(int x, int y, int ch) const { return v[size_t(y) * step + size_t(x) * c + ch]; }
+struct Image {
+    int w, h, c;
+    Region<T> r;
+    Image(int w_, int h_, int c_, uint32_t seed) : w(w_), h(h_), c(c_), r(w_ * c_, h_, seed) {}
+    T at(int x, int y, int ch) const { return r.get(x * c + ch, y); }
+    void set(int x, int y, int ch, T v) { r.set(x * c + ch, y, v); }
 };
 
 template <class T>
-Plane<T> reference(const Plane<T>& s, const std::vector<uint8_t>& e, int ew, int eh, bool max) {
-    Plane<T> d = s;
+Image<T> reference(const Image<T>& s, const std::vector<uint8_t>& e, int ew, int eh, bool max) {
+    Image<T> d = s;
     for (int y = 0; y < s.h; ++y)
         for (int x = 0; x < s.w; ++x)
             for (int ch = 0; ch < s.c; ++ch) {
@@ -38,36 +42,25 @@ Plane<T> reference(const Plane<T>& s, const std::vector<uint8_t>& e, int ew, int
                         r = !any ? v : max ? std::max(r, v) : std::min(r, v);
                         any = true;
                     }
-                d.at(x, y, ch) = r;
+                d.set(x, y, ch, r);
             }
     return d;
 }
 
 template <class T>
-Plane<T> reference_op(const Plane<T>& s, const std::vector<uint8_t>& e, int ew, int eh, int op) {
+Image<T> reference_op(const Image<T>& s, const std::vector<uint8_t>& e, int ew, int eh, int op) {
     if (op <= 1) return reference(s, e, ew, eh, op == 1);
     return reference(reference(s, e, ew, eh, op == 3), e, ew, eh, op == 2);
 }
 
 template <class T>
-int run(int op, const Plane<T>& s, Plane<T>& d, const std::vector<uint8_t>& e, int ew, int eh) {
+int run(int op, const Image<T>& s, Image<T>& d, const std::vector<uint8_t>& e, int ew, int eh) {
     int64_t bytes = 0;
     const Size roi{s.w, s.h}, mask{ew, eh};
     EXPECT_EQ(lum::prim::morph_work_size(op, roi, mask, int(sizeof(T)), s.c, &bytes), 0);
     std::vector<uint8_t> work(size_t(bytes) + 64);
     void* w = work.data() + (64 - reinterpret_cast<uintptr_t>(work.data()) % 64) % 64;
-    const int ss = s.step * int(sizeof(T)), ds = d.step * int(sizeof(T));
-    const T* sp = s.v.data();
-    T* dp = d.v.data();
-    if constexpr (std::is_same_v<T, uint8_t>)
-        return s.c == 1 ? lum::prim::morph_8u_c1r(op, sp, ss, dp, ds, roi, e.data(), mask, w)
-                        : lum::prim::morph_8u_c3r(op, sp, ss, dp, ds, roi, e.data(), mask, w);
-    else if constexpr (std::is_same_v<T, uint16_t>)
-        return s.c == 1 ? lum::prim::morph_16u_c1r(op, sp, ss, dp, ds, roi, e.data(), mask, w)
-                        : lum::prim::morph_16u_c3r(op, sp, ss, dp, ds, roi, e.data(), mask, w);
-    else
-        return s.c == 1 ? lum::prim::morph_32f_c1r(op, sp, ss, dp, ds, roi, e.data(), mask, w)
-                        : lum::prim::morph_32f_c3r(op, sp, ss, dp, ds, roi, e.data(), mask, w);
+    return lum::prim::morph<T>(op, s.r.data(), s.r.step, d.r.data(), d.r.step, roi, s.c, e.data(), mask, w);
 }
 
 struct Element {
@@ -88,10 +81,12 @@ std::vector<Element> elements() {
     return out;
 }
 
+// Random samples, or a sparse binary picture; the padding stays random.
 template <class T>
-void fill(Plane<T>& p, uint32_t seed, bool binary) {
+void fill(Image<T>& p, uint32_t seed, bool binary) {
     std::mt19937 rng(seed);
-    for (auto& v : p.v) v = binary ? T(rng() % 5 == 0 ? 200 : 0) : T(rng() % 60000);
+    for (int y = 0; y < p.h; ++y)
+        for (int i = 0; i < p.w * p.c; ++i) p.r.set(i, y, binary ? T(rng() % 5 == 0 ? 200 : 0) : T(rng() % 60000));
 }
 
 template <class T>
@@ -99,26 +94,22 @@ void check_all(int w, int h, int c, uint32_t seed) {
     for (const Element& el : elements())
         for (int op = 0; op < 4; ++op)
             for (bool binary : {false, true}) {
-                Plane<T> s(w, h, c, 3), d(w, h, c, 5);
+                Image<T> s(w, h, c, seed), d(w, h, c, seed + 99);
                 fill(s, seed + op, binary);
-                fill(d, seed + 99, false);
-                Plane<T> want = reference_op(s, el.bytes, el.w, el.h, op);
+                Image<T> want = reference_op(s, el.bytes, el.w, el.h, op);
+                // The destination's bytes outside the region stay as they were.
+                Region<T> expected = d.r;
+                for (int y = 0; y < h; ++y)
+                    for (int i = 0; i < w * c; ++i) expected.set(i, y, want.r.get(i, y));
                 ASSERT_EQ(run(op, s, d, el.bytes, el.w, el.h), 0);
-                for (int y = 0; y < h; ++y)
-                    for (int x = 0; x < w * c; ++x)
-                        ASSERT_EQ(d.v[size_t(y) * d.step + x], want.v[size_t(y) * want.step + x])
-                            << "op " << op << " element " << el.w << "x" << el.h << " image " << w << "x" << h
-                            << " c" << c << " at sample " << x << "," << y;
-                // Nothing beyond the region's samples in each row changes.
-                Plane<T> pristine(w, h, c, 5);
-                fill(pristine, seed + 99, false);
-                for (int y = 0; y < h; ++y)
-                    for (int x = w * c; x < d.step; ++x) ASSERT_EQ(d.v[size_t(y) * d.step + x], pristine.v[size_t(y) * d.step + x]);
+                ASSERT_EQ(d.r.bytes, expected.bytes) << "op " << op << " element " << el.w << "x" << el.h << " image "
+                                                     << w << "x" << h << " c" << c;
                 // In place gives the same.
-                ASSERT_EQ(run(op, s, s, el.bytes, el.w, el.h), 0);
+                expected = s.r;
                 for (int y = 0; y < h; ++y)
-                    for (int x = 0; x < w * c; ++x)
-                        ASSERT_EQ(s.v[size_t(y) * s.step + x], want.v[size_t(y) * want.step + x]) << "in place op " << op;
+                    for (int i = 0; i < w * c; ++i) expected.set(i, y, want.r.get(i, y));
+                ASSERT_EQ(run(op, s, s, el.bytes, el.w, el.h), 0);
+                ASSERT_EQ(s.r.bytes, expected.bytes) << "in place op " << op;
             }
 }
 
@@ -142,10 +133,11 @@ TEST(MorphKernels, Refusals) {
     EXPECT_EQ(lum::prim::morph_work_size(0, {4, 4}, {3, 3}, 1, 2, &bytes), -13);
     EXPECT_EQ(lum::prim::morph_work_size(4, {4, 4}, {3, 3}, 1, 1, &bytes), -13);
     EXPECT_EQ(lum::prim::morph_work_size(0, {4, 4}, {3, 3}, 1, 1, nullptr), -8);
-    EXPECT_EQ(lum::prim::morph_8u_c1r(0, b, 8, b, 8, {4, 4}, nullptr, {1, 1}, b), -8);
-    EXPECT_EQ(lum::prim::morph_8u_c1r(0, b, 8, b, 8, {4, 4}, e, {1, 1}, nullptr), -8);
-    EXPECT_EQ(lum::prim::morph_8u_c1r(0, b, 8, b, 8, {4, -1}, e, {1, 1}, b), -6);
-    EXPECT_EQ(lum::prim::morph_8u_c1r(9, b, 8, b, 8, {4, 4}, e, {1, 1}, b), -13);
+    EXPECT_EQ(lum::prim::morph<uint8_t>(0, b, 8, b, 8, {4, 4}, 1, nullptr, {1, 1}, b), -8);
+    EXPECT_EQ(lum::prim::morph<uint8_t>(0, b, 8, b, 8, {4, 4}, 1, e, {1, 1}, nullptr), -8);
+    EXPECT_EQ(lum::prim::morph<uint8_t>(0, b, 8, b, 8, {4, -1}, 1, e, {1, 1}, b), -6);
+    EXPECT_EQ(lum::prim::morph<uint8_t>(9, b, 8, b, 8, {4, 4}, 1, e, {1, 1}, b), -13);
+    EXPECT_EQ(lum::prim::morph<uint8_t>(0, b, 8, b, 8, {4, 4}, 2, e, {1, 1}, b), -13);
 }
 
 }  // namespace

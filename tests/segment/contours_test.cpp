@@ -8,9 +8,10 @@
 #include <thread>
 #include <vector>
 
-#include "measure/masks.hpp"
+#include "primitives/ellipse.hpp"
 #include "primitives/contour_scan.hpp"
 #include "segment/contour_store.hpp"
+#include "support/regions.hpp"
 #include "support/support.hpp"
 
 namespace {
@@ -485,14 +486,28 @@ TEST(ContourStoreStress, ConcurrentFindAndFetchOnDistinctImages) {
 
 // ---------------------------------------------------------------- start-point kernel
 
+// Both rows of a two-row region at an odd address: the row above, then the row.
+template <class T>
+int32_t starts_of(const lum::test::Region<T>& r, bool first_row, int w, std::vector<int32_t>& xs) {
+    const T* above = r.data();
+    const T* row = reinterpret_cast<const T*>(r.bytes.data() + r.at_byte(0, 1));
+    int32_t n = -1;
+    EXPECT_EQ(lum::prim::contour_starts<T>(first_row ? nullptr : above, row, w, xs.data(), &n), 0);
+    return n;
+}
+
 TEST(ContourStartKernel, EveryVariantMatchesTheNeighbourRule) {
     lum::test::for_each_variant([](int) {
         for (int w : {1, 2, 15, 17, 63, 65, 66, 129, 130, 200, 1000}) {
             std::mt19937 rng(w);
+            lum::test::Region<uint16_t> r16(w, 2, w);
+            lum::test::Region<uint8_t> r8(w, 2, w);
             std::vector<uint16_t> above(w), row(w);
             for (int x = 0; x < w; ++x) {
                 above[x] = rng() % 3 == 0 ? uint16_t(256 << (rng() % 2)) : 0;
                 row[x] = rng() % 2 ? uint16_t(1 + rng() % 3 * 255) : 0;
+                r16.set(x, 0, above[x]), r16.set(x, 1, row[x]);
+                r8.set(x, 0, above[x] ? 1 : 0), r8.set(x, 1, row[x] ? 200 : 0);
             }
             for (bool first_row : {false, true}) {
                 std::vector<int32_t> want;
@@ -502,24 +517,17 @@ TEST(ContourStartKernel, EveryVariantMatchesTheNeighbourRule) {
                     if (start) want.push_back(x);
                 }
                 std::vector<int32_t> xs(w, -1);
-                int32_t n = -1;
-                ASSERT_EQ(lum::prim::contour_starts_16u(first_row ? nullptr : above.data(), row.data(), w, xs.data(), &n), 0);
+                int32_t n = starts_of(r16, first_row, w, xs);
                 EXPECT_EQ(std::vector<int32_t>(xs.begin(), xs.begin() + n), want) << "16u width " << w;
-
-                std::vector<uint8_t> a8(w), r8(w);
-                for (int x = 0; x < w; ++x) {
-                    a8[x] = above[x] ? 1 : 0;
-                    r8[x] = row[x] ? 200 : 0;
-                }
-                ASSERT_EQ(lum::prim::contour_starts_8u(first_row ? nullptr : a8.data(), r8.data(), w, xs.data(), &n), 0);
+                n = starts_of(r8, first_row, w, xs);
                 EXPECT_EQ(std::vector<int32_t>(xs.begin(), xs.begin() + n), want) << "8u width " << w;
             }
         }
         int32_t xs[4], n = 0;
         const uint8_t r[4] = {1, 0, 1, 0};
-        EXPECT_EQ(lum::prim::contour_starts_8u(nullptr, nullptr, 4, xs, &n), -8);
-        EXPECT_EQ(lum::prim::contour_starts_8u(nullptr, r, 4, nullptr, &n), -8);
-        EXPECT_EQ(lum::prim::contour_starts_8u(nullptr, r, 0, xs, &n), -6);
+        EXPECT_EQ(lum::prim::contour_starts<uint8_t>(nullptr, nullptr, 4, xs, &n), -8);
+        EXPECT_EQ(lum::prim::contour_starts<uint8_t>(nullptr, r, 4, nullptr, &n), -8);
+        EXPECT_EQ(lum::prim::contour_starts<uint8_t>(nullptr, r, 0, xs, &n), -6);
     });
 }
 
