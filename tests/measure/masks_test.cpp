@@ -249,6 +249,29 @@ TEST(MaskedStatistics, MatchADirectReference) {
     check_against_reference<uint16_t>(lum_fmt_16u);
 }
 
+// Nearly constant 16-bit samples: subtracting the squared mean from the mean
+// square loses the deviation; exact integer moments keep it, and agree with
+// the whole-image statistics.
+TEST(MaskedStatistics, DeviationOfNearlyConstantSixteenBitSamplesIsExact) {
+    Image im(1000, 1000, lum_fmt_16u, lum_gray), mask(1000, 1000, lum_fmt_8u, lum_gray);
+    ASSERT_EQ(lum_generate_mask(mask, 0, nullptr, 0), 0);
+    for (int y = 0; y < 1000; ++y)
+        for (int x = 0; x < 1000; ++x) im.at<uint16_t>(x, y) = 65535;
+    im.at<uint16_t>(17, 3) = 65534;
+    im.at<uint16_t>(999, 999) = 65533;
+    const long double n = 1e6L, mean = 65535.0L - 3.0L / n;
+    const long double var = ((n - 2) * (65535 - mean) * (65535 - mean) + (65534 - mean) * (65534 - mean) +
+                             (65533 - mean) * (65533 - mean)) / n;
+    double m = 0, sd = 0;
+    ASSERT_EQ(lum_mask_mean_stddev(im, 0, 0, mask, &m, &sd), 0);
+    EXPECT_NEAR(sd, double(std::sqrt(var)), 1e-12);  // 0.0022360...
+    EXPECT_NEAR(m, double(mean), 1e-9);
+    double whole_m = 0, whole_sd = 0;
+    ASSERT_EQ(lum_img_mean_stddev(im, &whole_m, &whole_sd), 0);
+    EXPECT_EQ(sd, whole_sd);
+    EXPECT_EQ(m, whole_m);
+}
+
 TEST(MaskedStatistics, ExtremesOnlyUnderTheMask) {
     Image im(8, 8, lum_fmt_8u, lum_gray), mask(3, 3, lum_fmt_8u, lum_gray);
     for (int y = 0; y < 8; ++y)

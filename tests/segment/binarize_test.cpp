@@ -145,6 +145,32 @@ TEST(Binarization, InvertedOnOverlappingRectanglesFollowsTheSteps) {
     EXPECT_EQ(im.bytes(), want);
 }
 
+// Overlapping rectangles take the two steps one after the other: "below t to
+// 0" copies row by row, each row reading what the previous one wrote, then
+// "above t − 1 to max" runs over the destination.
+TEST(Binarization, OverlappingRectanglesFollowTheTwoSteps) {
+    Image im(4, 5, lum_fmt_8u, lum_gray, 7);
+    const uint8_t first[4] = {250, 10, 200, 199};
+    std::memcpy(im.row(0), first, 4);
+    for (int y = 1; y < 5; ++y) std::memset(im.row(y), 50, 4);
+    ASSERT_EQ(lum_binarization_rect(im, {0, 0}, im, {0, 1}, {4, 4}, 200), 0);
+    const uint8_t want[4] = {127, 0, 127, 0};
+    for (int y = 1; y < 5; ++y) EXPECT_EQ(std::memcmp(im.row(y), want, 4), 0) << "row " << y;
+
+    // Sideways within rows of 16-bit samples: a pass from left to right.
+    Image wide(40, 3, lum_fmt_16u, lum_gray, 12);
+    wide.randomize(40);
+    const lum_info i = wide.info();
+    std::vector<uint8_t> bytes = wide.bytes();
+    auto at = [&](int x, int y) -> uint16_t& { return reinterpret_cast<uint16_t*>(bytes.data() + size_t(y) * i.step_bytes)[x]; };
+    for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < 30; ++x) at(5 + x, y) = at(x, y) < 2000 ? 0 : at(x, y);
+    for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < 30; ++x) at(5 + x, y) = at(5 + x, y) > 1999 ? 4095 : at(5 + x, y);
+    ASSERT_EQ(lum_binarization_rect(wide, {0, 0}, wide, {5, 0}, {30, 3}, 2000), 0);
+    EXPECT_EQ(wide.bytes(), bytes);
+}
+
 TEST(Binarization, DestinationFormatIsNotCompared) {
     // 8-bit samples are written from the 16-bit destination's pixel address.
     Image src(8, 2, lum_fmt_8u, lum_gray), dst(8, 2, lum_fmt_16u, lum_gray);
