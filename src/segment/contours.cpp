@@ -182,7 +182,14 @@ private:
     }
 
     // Past the right or bottom edge reads as zero; callers rule out negatives.
-    bool nonzero(int32_t x, int32_t y) const { return x < w_ && y < h_ && base_[y * pitch_ + x] != 0; }
+    bool nonzero(int32_t x, int32_t y) const { return x < w_ && y < h_ && set(base_ + y * pitch_ + x); }
+
+    // A caller's buffer may sit at any address: samples are read as bytes.
+    static bool set(const T* p) {
+        T v;
+        std::memcpy(&v, p, sizeof v);
+        return v != 0;
+    }
 
     // First direction from d + 2 to d + 7 whose neighbour is inside and non-zero, else d.
     // The eight neighbours are gathered into a bit mask and the answer is looked
@@ -190,11 +197,11 @@ private:
     int next_direction(int32_t x, int32_t y, const T* at, int d) const {
         unsigned mask = 0;
         if (x > 0 && y > 0 && x < w_ - 1 && y < h_ - 1) {
-            for (int s = 0; s < 8; ++s) mask |= static_cast<unsigned>(at[off_[s]] != 0) << s;
+            for (int s = 0; s < 8; ++s) mask |= static_cast<unsigned>(set(at + off_[s])) << s;
         } else {
             for (int s = 0; s < 8; ++s) {
                 const int32_t nx = x + kDx[s], ny = y + kDy[s];
-                if (nx >= 0 && nx < w_ && ny >= 0 && ny < h_) mask |= static_cast<unsigned>(at[off_[s]] != 0) << s;
+                if (nx >= 0 && nx < w_ && ny >= 0 && ny < h_) mask |= static_cast<unsigned>(set(at + off_[s])) << s;
             }
         }
         return kNext.code[d & 7][mask];
@@ -275,9 +282,6 @@ private:
 // rows would leave the buffer, -5 when the start-point scan fails.
 int8_t trace_image(const img& im, contour_set& set) {
     const int bps = bytes_per_sample(im.pix_type);
-    // Rows are addressed by a pitch in samples, so only the buffer's start must
-    // sit on a sample; a borrowed one that does not is refused like the kernels do.
-    if (reinterpret_cast<uintptr_t>(im.frame_buf) % bps != 0) return map_status(prim::st_misaligned);
     const int64_t pitch = static_cast<int64_t>(im.step_bytes) / bps;
     if (im.width >= 2 && im.height >= 2 && !span_fits(im, 0, im.height, pitch * bps, int64_t(im.width) * bps))
         return beyond_image;
