@@ -119,6 +119,25 @@ const Case min_max_8u_c3("img_min_max 8u C3", [] {
     return t;
 });
 
+const Case min_max_16u_c3("img_min_max 16u C3", [] {
+    auto a = frame(lum_fmt_16u, lum_color);
+    Timed t{[a] {
+                uint16_t lo[3], hi[3];
+                lum_img_min_max(a->handle(), lo, hi);
+            },
+            {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] {
+        std::vector<cv::Mat> planes;
+        cv::split(a->mat(), planes);
+        double lo, hi;
+        for (auto& p : planes) cv::minMaxLoc(p, &lo, &hi);
+    };
+#endif
+    t.note = "OpenCV: split + 3 x minMaxLoc";
+    return t;
+});
+
 const Case mean_sd_8u("img_mean_stddev 8u C1", [] {
     auto a = frame(lum_fmt_8u);
     Timed t{[a] {
@@ -167,29 +186,27 @@ const Case mean_sd_32f("img_mean_stddev 32f C1", [] {
     return t;
 });
 
-const Case max_every_8u("img_max_every 8u C1", [] {
-    auto a = frame(lum_fmt_8u), b = frame(lum_fmt_8u), d = frame(lum_fmt_8u);
-    Timed t{[a, b, d] { lum_img_max_every(a->handle(), b->handle(), d->handle()); }, {}, ""};
+Timed pick_every_case(lum_data_format f, bool max) {
+    auto a = frame(f), b = frame(f), d = frame(f);
+    Timed t{[a, b, d, max] {
+                if (max) lum_img_max_every(a->handle(), b->handle(), d->handle());
+                else lum_img_min_every(a->handle(), b->handle(), d->handle());
+            },
+            {}, ""};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [a, b, d] {
+    t.reference = [a, b, d, max] {
         cv::Mat m = d->mat();
-        cv::max(a->mat(), b->mat(), m);
+        if (max) cv::max(a->mat(), b->mat(), m);
+        else cv::min(a->mat(), b->mat(), m);
     };
 #endif
     return t;
-});
+}
 
-const Case min_every_16u("img_min_every 16u C1", [] {
-    auto a = frame(lum_fmt_16u), b = frame(lum_fmt_16u), d = frame(lum_fmt_16u);
-    Timed t{[a, b, d] { lum_img_min_every(a->handle(), b->handle(), d->handle()); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a, b, d] {
-        cv::Mat m = d->mat();
-        cv::min(a->mat(), b->mat(), m);
-    };
-#endif
-    return t;
-});
+const Case max_every_8u("img_max_every 8u C1", [] { return pick_every_case(lum_fmt_8u, true); });
+const Case max_every_16u("img_max_every 16u C1", [] { return pick_every_case(lum_fmt_16u, true); });
+const Case min_every_8u("img_min_every 8u C1", [] { return pick_every_case(lum_fmt_8u, false); });
+const Case min_every_16u("img_min_every 16u C1", [] { return pick_every_case(lum_fmt_16u, false); });
 
 }  // namespace
 }  // namespace lum::bench
@@ -272,6 +289,20 @@ const Case otsu_8u("otsu 8u C1", [] {
     return t;
 });
 
+const Case otsu_16u("otsu 16u C1 (12 bits)", [] {
+    auto a = frame(lum_fmt_16u, lum_gray, 12);
+    Timed t{[a] {
+                int32_t th;
+                lum_otsu_get_threshold(a->handle(), &th);
+            },
+            {}, "OpenCV also writes the thresholded image"};
+#ifdef LUM_HAVE_OPENCV
+    auto out = std::make_shared<cv::Mat>(kHeight, kWidth, CV_16UC1);
+    t.reference = [a, out] { cv::threshold(a->mat(), *out, 0, 4095, cv::THRESH_BINARY | cv::THRESH_OTSU); };
+#endif
+    return t;
+});
+
 }  // namespace
 }  // namespace lum::bench
 
@@ -286,86 +317,78 @@ struct Sequence {
     }
 };
 
-const Case projection_max_seq("projection_max 8u, 16 frames, pixel-wise", [] {
-    auto s = std::make_shared<Sequence>(lum_fmt_8u);
-    auto d = std::make_shared<Frame>(kWidth, kHeight / 4, lum_fmt_8u, lum_gray);
-    Timed t{[s, d] {
-                for (uint32_t i = 0; i < 16; ++i) lum_projection_max(s->frames[i]->handle(), d->handle(), i, 16, 0);
-            },
-            {}, ""};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [s, d] {
-        cv::Mat m = d->mat();
-        for (auto& f : s->frames) cv::max(m, f->mat(), m);
-    };
+int cv_depth(lum_data_format f) { return f == lum_fmt_8u ? CV_8U : CV_16U; }
 #endif
-    return t;
-});
 
-const Case projection_max_rows("projection_max 8u, 16 frames, per row", [] {
-    auto s = std::make_shared<Sequence>(lum_fmt_8u);
-    auto d = std::make_shared<Frame>(16, kHeight / 4, lum_fmt_8u, lum_gray);
-    Timed t{[s, d] {
-                for (uint32_t i = 0; i < 16; ++i) lum_projection_max(s->frames[i]->handle(), d->handle(), i, 16, 1);
+Timed extreme_case(lum_data_format f, bool max, int32_t direction) {
+    auto s = std::make_shared<Sequence>(f);
+    const int dw = direction == 1 ? 16 : kWidth, dh = direction == 2 ? 16 : kHeight / 4;
+    auto d = std::make_shared<Frame>(dw, dh, f, lum_gray);
+    Timed t{[s, d, max, direction] {
+                for (uint32_t i = 0; i < 16; ++i) {
+                    if (max) lum_projection_max(s->frames[i]->handle(), d->handle(), i, 16, direction);
+                    else lum_projection_min(s->frames[i]->handle(), d->handle(), i, 16, direction);
+                }
             },
-            {}, ""};
+            {}, direction == 2 ? "ours also folds in the row's previous content" : ""};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [s, d] {
+    t.reference = [s, d, max, direction] {
         cv::Mat m = d->mat();
         for (int i = 0; i < 16; ++i) {
-            cv::Mat col = m.col(i);
-            cv::reduce(s->frames[i]->mat(), col, 1, cv::REDUCE_MAX);
+            const cv::Mat f = s->frames[i]->mat();
+            if (direction == 0) {
+                if (max) cv::max(m, f, m);
+                else cv::min(m, f, m);
+            } else {
+                cv::Mat line = direction == 1 ? m.col(i) : m.row(i);
+                cv::reduce(f, line, direction == 1 ? 1 : 0, max ? cv::REDUCE_MAX : cv::REDUCE_MIN);
+            }
         }
     };
 #endif
     return t;
-});
+}
 
-const Case projection_min_cols("projection_min 16u, 16 frames, per column", [] {
-    auto s = std::make_shared<Sequence>(lum_fmt_16u);
-    auto d = std::make_shared<Frame>(kWidth, 16, lum_fmt_16u, lum_gray);
-    Timed t{[s, d] {
-                for (uint32_t i = 0; i < 16; ++i) lum_projection_min(s->frames[i]->handle(), d->handle(), i, 16, 2);
-            },
-            {}, "ours also folds in the row's previous content"};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [s, d] {
-        cv::Mat m = d->mat();
-        for (int i = 0; i < 16; ++i) {
-            cv::Mat row = m.row(i);
-            cv::reduce(s->frames[i]->mat(), row, 0, cv::REDUCE_MIN);
-        }
-    };
-#endif
-    return t;
-});
+const Case projection_max_seq("projection_max 8u, 16 frames, pixel-wise", [] { return extreme_case(lum_fmt_8u, true, 0); });
+const Case projection_max_seq16("projection_max 16u, 16 frames, pixel-wise", [] { return extreme_case(lum_fmt_16u, true, 0); });
+const Case projection_max_rows("projection_max 8u, 16 frames, per row", [] { return extreme_case(lum_fmt_8u, true, 1); });
+const Case projection_max_rows16("projection_max 16u, 16 frames, per row", [] { return extreme_case(lum_fmt_16u, true, 1); });
+const Case projection_min_cols8("projection_min 8u, 16 frames, per column", [] { return extreme_case(lum_fmt_8u, false, 2); });
+const Case projection_min_cols("projection_min 16u, 16 frames, per column", [] { return extreme_case(lum_fmt_16u, false, 2); });
 
-const Case projection_mean_cols("projection_mean 8u, 16 frames, per column", [] {
-    auto s = std::make_shared<Sequence>(lum_fmt_8u);
-    auto d = std::make_shared<Frame>(kWidth, 16, lum_fmt_8u, lum_gray);
+Timed line_mean_case(lum_data_format f, int32_t direction) {
+    auto s = std::make_shared<Sequence>(f);
+    const int dw = direction == 1 ? 16 : kWidth, dh = direction == 2 ? 16 : kHeight / 4;
+    auto d = std::make_shared<Frame>(dw, dh, f, lum_gray);
     auto acc = std::make_shared<int32_t>(-1);
     lum_projection_mean_init(1, 1, acc.get());
-    Timed t{[s, d, acc] {
+    Timed t{[s, d, acc, direction] {
                 for (uint32_t i = 0; i < 16; ++i)
-                    lum_projection_mean(s->frames[i]->handle(), d->handle(), i, 16, 2, *acc);
+                    lum_projection_mean(s->frames[i]->handle(), d->handle(), i, 16, direction, *acc);
             },
-            {}, "OpenCV: REDUCE_AVG into 32f, then convertTo 8u"};
+            {}, "OpenCV: REDUCE_AVG into 32f, then convertTo"};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [s, d] {
+    t.reference = [s, d, f, direction] {
         cv::Mat m = d->mat(), avg;
         for (int i = 0; i < 16; ++i) {
-            cv::Mat row = m.row(i);
-            cv::reduce(s->frames[i]->mat(), avg, 0, cv::REDUCE_AVG, CV_32F);
-            avg.convertTo(row, CV_8U);
+            cv::Mat line = direction == 1 ? m.col(i) : m.row(i);
+            cv::reduce(s->frames[i]->mat(), avg, direction == 1 ? 1 : 0, cv::REDUCE_AVG, CV_32F);
+            avg.convertTo(line, cv_depth(f));
         }
     };
 #endif
     return t;
-});
+}
 
-const Case projection_mean_seq("projection_mean 8u, 16 frames, pixel-wise", [] {
-    auto s = std::make_shared<Sequence>(lum_fmt_8u);
-    auto d = std::make_shared<Frame>(kWidth, kHeight / 4, lum_fmt_8u, lum_gray);
+const Case projection_mean_cols("projection_mean 8u, 16 frames, per column", [] { return line_mean_case(lum_fmt_8u, 2); });
+const Case projection_mean_cols16("projection_mean 16u, 16 frames, per column", [] { return line_mean_case(lum_fmt_16u, 2); });
+const Case projection_mean_rows("projection_mean 8u, 16 frames, per row", [] { return line_mean_case(lum_fmt_8u, 1); });
+const Case projection_mean_rows16("projection_mean 16u, 16 frames, per row", [] { return line_mean_case(lum_fmt_16u, 1); });
+
+Timed sequence_mean_case(lum_data_format f) {
+    auto s = std::make_shared<Sequence>(f);
+    auto d = std::make_shared<Frame>(kWidth, kHeight / 4, f, lum_gray);
     auto acc = std::make_shared<int32_t>(-1);
     lum_projection_mean_init(kWidth, kHeight / 4, acc.get());
     Timed t{[s, d, acc] {
@@ -375,15 +398,18 @@ const Case projection_mean_seq("projection_mean 8u, 16 frames, pixel-wise", [] {
             {}, "OpenCV: accumulate into 32f, then convertTo with 1/16"};
 #ifdef LUM_HAVE_OPENCV
     auto sum = std::make_shared<cv::Mat>(kHeight / 4, kWidth, CV_32F);
-    t.reference = [s, d, sum] {
+    t.reference = [s, d, sum, f] {
         *sum = 0.0f;
-        for (auto& f : s->frames) cv::accumulate(f->mat(), *sum);
+        for (auto& frame : s->frames) cv::accumulate(frame->mat(), *sum);
         cv::Mat m = d->mat();
-        sum->convertTo(m, CV_8U, 1.0 / 16);
+        sum->convertTo(m, cv_depth(f), 1.0 / 16);
     };
 #endif
     return t;
-});
+}
+
+const Case projection_mean_seq("projection_mean 8u, 16 frames, pixel-wise", [] { return sequence_mean_case(lum_fmt_8u); });
+const Case projection_mean_seq16("projection_mean 16u, 16 frames, pixel-wise", [] { return sequence_mean_case(lum_fmt_16u); });
 
 }  // namespace
 }  // namespace lum::bench

@@ -51,6 +51,18 @@ const Case binarize_16u("binarization 16u (threshold BINARY)", [] {
     return t;
 });
 
+const Case binarize_16u_inverted("binarization 16u inverted (BINARY_INV)", [] {
+    F a = frame(lum_fmt_16u), b = frame(lum_fmt_16u);
+    Timed t{[a, b] { lum_binarization(a->handle(), b->handle(), -30000); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a, b] {
+        cv::Mat d = b->mat();
+        cv::threshold(a->mat(), d, 29999, 65535, cv::THRESH_BINARY_INV);
+    };
+#endif
+    return t;
+});
+
 const Case binarize_inplace_8u("binarizationI 8u (threshold BINARY in place)", [] {
     F a = frame(lum_fmt_8u);
     Timed t{[a] { lum_binarizationI(a->handle(), 100.0f, 0.0f, 255.0f); }, {}, ""};
@@ -63,6 +75,18 @@ const Case binarize_inplace_8u("binarizationI 8u (threshold BINARY in place)", [
     return t;
 });
 
+const Case binarize_inplace_16u("binarizationI 16u (threshold BINARY in place)", [] {
+    F a = frame(lum_fmt_16u);
+    Timed t{[a] { lum_binarizationI(a->handle(), 30000.0f, 0.0f, 65535.0f); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] {
+        cv::Mat m = a->mat();
+        cv::threshold(m, m, 29999, 65535, cv::THRESH_BINARY);
+    };
+#endif
+    return t;
+});
+
 const Case clip_high_8u("clipI 8u high only (threshold TRUNC)", [] {
     F a = frame(lum_fmt_8u);
     Timed t{[a] { lum_clipI(a->handle(), std::numeric_limits<float>::quiet_NaN(), 200.0f); }, {}, ""};
@@ -70,6 +94,31 @@ const Case clip_high_8u("clipI 8u high only (threshold TRUNC)", [] {
     t.reference = [a] {
         cv::Mat m = a->mat();
         cv::threshold(m, m, 200, 0, cv::THRESH_TRUNC);
+    };
+#endif
+    return t;
+});
+
+const Case clip_high_16u("clipI 16u high only (threshold TRUNC)", [] {
+    F a = frame(lum_fmt_16u);
+    Timed t{[a] { lum_clipI(a->handle(), std::numeric_limits<float>::quiet_NaN(), 60000.0f); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] {
+        cv::Mat m = a->mat();
+        cv::threshold(m, m, 60000, 0, cv::THRESH_TRUNC);
+    };
+#endif
+    return t;
+});
+
+const Case clip_both_8u("clipI 8u both bounds (TRUNC + TOZERO)", [] {
+    F a = frame(lum_fmt_8u);
+    Timed t{[a] { lum_clipI(a->handle(), 10.0f, 200.0f); }, {}, "OpenCV: two passes"};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [a] {
+        cv::Mat m = a->mat();
+        cv::threshold(m, m, 200, 0, cv::THRESH_TRUNC);
+        cv::threshold(m, m, 10, 0, cv::THRESH_TOZERO);
     };
 #endif
     return t;
@@ -130,6 +179,9 @@ const Case close_rect15("morph close 8u rect 15x15", [] { return open_close_case
 const Case open_ell3("morph open 8u ellipse 3x3", [] { return open_close_case(lum_fmt_8u, 2, 2, 3); });
 const Case open_ell15("morph open 8u ellipse 15x15", [] { return open_close_case(lum_fmt_8u, 2, 2, 15); });
 const Case close_ell15("morph close 8u ellipse 15x15", [] { return open_close_case(lum_fmt_8u, 2, 3, 15); });
+const Case open16_rect3("morph open 16u rect 3x3", [] { return open_close_case(lum_fmt_16u, 0, 2, 3); });
+const Case close16_rect5("morph close 16u rect 5x5", [] { return open_close_case(lum_fmt_16u, 0, 3, 5); });
+const Case open16_ell3("morph open 16u ellipse 3x3", [] { return open_close_case(lum_fmt_16u, 2, 2, 3); });
 const Case open16_rect15("morph open 16u rect 15x15", [] { return open_close_case(lum_fmt_16u, 0, 2, 15); });
 const Case open16_ell15("morph open 16u ellipse 15x15", [] { return open_close_case(lum_fmt_16u, 2, 2, 15); });
 
@@ -156,6 +208,7 @@ const Case erode_rect15("erode 8u rect 15x15", [] { return erode_dilate_case(lum
 const Case dilate_ell15("dilate 8u ellipse 15x15", [] { return erode_dilate_case(lum_fmt_8u, lum_gray, 2, 1, 15); });
 const Case dilate_ell31("dilate 8u ellipse 31x31", [] { return erode_dilate_case(lum_fmt_8u, lum_gray, 2, 1, 31); });
 const Case erode_c3("erode 8u C3 rect 5x5", [] { return erode_dilate_case(lum_fmt_8u, lum_color, 0, 0, 5); });
+const Case dilate_16u_c3("dilate 16u C3 rect 3x3", [] { return erode_dilate_case(lum_fmt_16u, lum_color, 0, 1, 3); });
 const Case dilate_32f("dilate 32f rect 5x5", [] { return erode_dilate_case(lum_fmt_32f, lum_gray, 0, 1, 5); });
 
 // ---- masks ----
@@ -201,6 +254,19 @@ const Case mask_polygon("generate_mask polygon (fillPoly)", [] {
 
 const Case mask_mean_8u("mask_mean 8u ellipse mask (mean)", [] {
     const Masked m = masked(lum_fmt_8u);
+    Timed t{[m] {
+                double mean;
+                lum_mask_mean(m.image->handle(), 0, 0, m.mask->handle(), &mean);
+            },
+            {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [m] { (void)cv::mean(m.image->mat(), m.mask->mat()); };
+#endif
+    return t;
+});
+
+const Case mask_mean_16u("mask_mean 16u ellipse mask (mean)", [] {
+    const Masked m = masked(lum_fmt_16u);
     Timed t{[m] {
                 double mean;
                 lum_mask_mean(m.image->handle(), 0, 0, m.mask->handle(), &mean);

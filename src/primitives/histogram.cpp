@@ -9,7 +9,7 @@ namespace lum::prim {
 
 namespace {
 
-constexpr int kSubHistograms8 = 4;
+constexpr int kSubHistograms8 = 8;
 constexpr int kSubHistograms16 = 2;
 // Float regions with at most this many levels are counted in the work
 // buffer by computed index; more levels take the exact search per sample.
@@ -32,8 +32,8 @@ int histogram_get_size(int type, Size size, int levels, int* spec_bytes, int* bu
     switch (type) {
         case hist_8u: *buffer_bytes = 256 * kSubHistograms8 * 4 + 256 * 4 + 64; break;
         case hist_32f:
-            // Counts with two more for samples outside, the indexes of a chunk, the levels and one more.
-            *buffer_bytes = levels <= kTabledLevels ? levels * 12 + kIndexChunk * 4 + 256 : 64;
+            // Counts with one more for samples outside, the indexes of a chunk.
+            *buffer_bytes = levels <= kTabledLevels ? levels * 4 + kIndexChunk * 4 + 192 : 64;
             break;
         default: *buffer_bytes = 65536 * kSubHistograms16 * 4 + 65536 * 4 + 64; break;
     }
@@ -48,10 +48,6 @@ int histogram_init_uniform(int type, float lower, float upper, int levels, uint8
     if (!std::isfinite(s.upper - s.lower)) return st_bad_arg;
     std::memcpy(spec, &s, sizeof s);
     return st_ok;
-}
-
-void histogram_levels(const HistogramSpec& spec, double* levels) {
-    for (int64_t k = 0; k < spec.levels; ++k) levels[k] = level_at(spec, k);
 }
 
 // The levels never decrease, so the values of bin k are those from

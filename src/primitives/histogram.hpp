@@ -40,7 +40,7 @@ LUM_KERNEL(histogram, (class T), (T),
 LUM_KERNEL(count_values, (class T), (T), int(const T* src, int step, Size size, uint32_t* counts, uint8_t* work))
 template <class T>
 constexpr int64_t value_count_work_bytes() {
-    return sizeof(T) == 1 ? 4 * 256 * 4 + 64 : 2 * 65536 * 4 + 64;
+    return sizeof(T) == 1 ? 8 * 256 * 4 + 64 : 2 * 65536 * 4 + 64;
 }
 
 // Otsu's threshold of an 8-bit region: the index of the first of the 256 bins
@@ -54,9 +54,8 @@ LUM_PRIMITIVE_ANY(otsu_threshold_8u_c1, int(const uint8_t* src, int step, Size s
 // The same threshold from the 256 value counts of a region. Compiled once.
 uint8_t otsu_threshold_of(const uint32_t* counts);
 
-// Set-up of the counting kernels, compiled once: bin of each value 0 ..
-// values − 1 (levels − 1 for a value outside every bin), and the levels.
+// Set-up of the integer counting kernels, compiled once: the bin of each
+// value 0 .. values − 1 (levels − 1 for a value outside every bin).
 void histogram_value_bins(const HistogramSpec& spec, int values, uint32_t* bins);
-void histogram_levels(const HistogramSpec& spec, double* levels);
 
 }  // namespace lum::prim

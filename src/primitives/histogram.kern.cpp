@@ -22,32 +22,30 @@ inline uint8_t* aligned(uint8_t* p) {
     return p + ((64 - (reinterpret_cast<uintptr_t>(p) & 63)) & 63);
 }
 
-// Counts of each 8-bit value: four sub-histograms over 64-bit words of
-// samples, added into raw[256] (which may be the first sub-histogram).
+// Counts of each 8-bit value: eight sub-histograms over two 64-bit words of
+// samples per step, added into raw[256] (which may be the first
+// sub-histogram). One increment per sample is what bounds the loop: each is
+// a store to its own line.
 void count_8u(const uint8_t* src, int step, Size size, uint32_t* sub, uint32_t* raw) {
-    for (int i = 0; i < 4 * 256; ++i) sub[i] = 0;
-    uint32_t* h0 = sub;
-    uint32_t* h1 = sub + 256;
-    uint32_t* h2 = sub + 512;
-    uint32_t* h3 = sub + 768;
+    for (int i = 0; i < 8 * 256; ++i) sub[i] = 0;
+    uint32_t* h[8];
+    for (int i = 0; i < 8; ++i) h[i] = sub + 256 * i;
     const int n = size.width;
     for (int y = 0; y < size.height; ++y) {
         const uint8_t* s = row_at(src, step, y);
         int x = 0;
-        for (; x + 8 <= n; x += 8) {
-            const uint64_t w = simd::load_as<uint64_t>(s + x);
-            ++h0[w & 0xFF];
-            ++h1[(w >> 8) & 0xFF];
-            ++h2[(w >> 16) & 0xFF];
-            ++h3[(w >> 24) & 0xFF];
-            ++h0[(w >> 32) & 0xFF];
-            ++h1[(w >> 40) & 0xFF];
-            ++h2[(w >> 48) & 0xFF];
-            ++h3[w >> 56];
+        for (; x + 16 <= n; x += 16) {
+            const uint64_t w = simd::load_as<uint64_t>(s + x), v = simd::load_as<uint64_t>(s + x + 8);
+            for (int k = 0; k < 8; ++k) ++h[k][(w >> (8 * k)) & 0xFF];
+            for (int k = 0; k < 8; ++k) ++h[k][(v >> (8 * k)) & 0xFF];
         }
-        for (; x < n; ++x) ++h0[s[x]];
+        for (; x < n; ++x) ++h[0][s[x]];
     }
-    for (int v = 0; v < 256; ++v) raw[v] = h0[v] + h1[v] + h2[v] + h3[v];
+    for (int v = 0; v < 256; ++v) {
+        uint32_t t = 0;
+        for (int i = 0; i < 8; ++i) t += h[i][v];
+        raw[v] = t;
+    }
 }
 
 // Counts of each 16-bit value: two sub-histograms, added into raw[65536].
@@ -87,15 +85,13 @@ template <class T>
 constexpr int hist_type = sizeof(T) == 1 ? hist_8u : std::is_floating_point_v<T> ? hist_32f : hist_16u;
 
 // Float samples: the bin of each sample from its position in level units,
-// rounded to the nearest level j and compared with level j. When a bin spans
-// many units in the last place of the bounds, the computed position is within
-// a quarter bin of the true one, so the sample lies in bin j − 1 or j and the
-// one comparison decides. Otherwise each sample searches the levels.
-//
-// A chunk of a row is taken twice: vectors find each sample's nearest level
-// (or a sentinel past the last level for a sample outside the levels), then a
-// scalar pass compares with that level and counts. The levels table ends with
-// +inf at the sentinel, so an outside sample lands in one of two extra bins.
+// rounded to the nearest level j and compared with level j (evaluated as the
+// levels are defined). When a bin spans many units in the last place of the
+// bounds, the computed position is within a quarter bin of the true one, so
+// the sample lies in bin j − 1 or j and the one comparison decides, without
+// branches or table lookups. Otherwise each sample searches the levels.
+// A chunk of a row is taken twice: vectors find the bins, then a scalar pass
+// counts them (a sample outside the levels in one extra bin).
 void histogram_float(const float* src, int step, Size size, uint32_t* counts, const HistogramSpec& s,
                      uint8_t* buffer) {
     const int64_t bins = s.levels - 1;
@@ -123,35 +119,36 @@ void histogram_float(const float* src, int step, Size size, uint32_t* counts, co
     using F = simd::lanes_of<float, double>;
     using J = simd::lanes_of<int32_t, double>;
     constexpr int L = simd::lanes<double>;
-    const int32_t sentinel = static_cast<int32_t>(bins + 1);
-    uint32_t* hist = reinterpret_cast<uint32_t*>(buffer);  // bins, then two for samples outside
-    int32_t* index = reinterpret_cast<int32_t*>(buffer + align64((bins + 2) * 4));
-    double* levels = reinterpret_cast<double*>(buffer + align64((bins + 2) * 4) + align64(kIndexChunk * 4));
-    histogram_levels(s, levels);
-    levels[bins + 1] = HUGE_VAL;
-    for (int64_t k = 0; k < bins + 2; ++k) hist[k] = 0;
+    uint32_t* hist = reinterpret_cast<uint32_t*>(buffer);  // bins, then one for samples outside
+    int32_t* index = reinterpret_cast<int32_t*>(buffer + align64((bins + 1) * 4));
+    for (int64_t k = 0; k <= bins; ++k) hist[k] = 0;
     // Adding and removing 1.5 × 2^52 rounds a double below 2^51 to an integer, halves to even.
     const double magic = 6755399441055744.0, scale = divisor / range;
-    auto nearest_level = [&](F f) {
+    const J miss = J{} + static_cast<int32_t>(bins);
+    auto bin_of = [&](F f) {
         const D d = simd::convert<double>(f);
         const auto inside = (d >= lower) & (d < top);
         D e = (d - lower) * scale;
         e = e > 0.0 ? e : D{};  // also for a sample that is not a number
         e = e < divisor ? e : D{} + divisor;
-        const J j = __builtin_convertvector((e + magic) - magic, J);
-        return __builtin_convertvector(inside, J) ? j : J{} + sentinel;
+        const D j = (e + magic) - magic;
+        const D level_j = lower + (j * range) / divisor;
+        const J k = __builtin_convertvector(j, J) + __builtin_convertvector(d < level_j, J);
+        return __builtin_convertvector(inside, J) ? k : miss;
     };
     for (int y = 0; y < size.height; ++y) {
         const float* p = row_at(src, step, y);
         for (int x0 = 0; x0 < size.width; x0 += kIndexChunk) {
             const int n = size.width - x0 < kIndexChunk ? size.width - x0 : kIndexChunk;
             int x = 0;
-            for (; x + L <= n; x += L) simd::store(index + x, nearest_level(simd::load_as<F>(p + x0 + x)));
-            if (x < n) simd::store_first(index + x, nearest_level(simd::load_first<F>(p + x0 + x, n - x)), n - x);
-            for (x = 0; x < n; ++x) {
-                const int32_t j = index[x];
-                ++hist[j - (static_cast<double>(load_one(p + x0 + x)) < levels[j])];
+            for (; x + 2 * L <= n; x += 2 * L) {
+                const J a = bin_of(simd::load_as<F>(p + x0 + x)), b = bin_of(simd::load_as<F>(p + x0 + x + L));
+                simd::store(index + x, a);
+                simd::store(index + x + L, b);
             }
+            for (; x + L <= n; x += L) simd::store(index + x, bin_of(simd::load_as<F>(p + x0 + x)));
+            if (x < n) simd::store_first(index + x, bin_of(simd::load_first<F>(p + x0 + x, n - x)), n - x);
+            for (x = 0; x < n; ++x) ++hist[index[x]];
         }
     }
     for (int64_t k = 0; k < bins; ++k) counts[k] = hist[k];
@@ -178,7 +175,7 @@ int histogram(const T* src, int step, Size size, uint32_t* counts, const uint8_t
         histogram_float(src, step, size, counts, s, work);
     } else {
         constexpr int values = sizeof(T) == 1 ? 256 : 65536;
-        constexpr int subs = sizeof(T) == 1 ? 4 : 2;
+        constexpr int subs = sizeof(T) == 1 ? 8 : 2;
         auto* sub = reinterpret_cast<uint32_t*>(work);
         uint32_t* bin = sub + subs * values;
         // The raw counts of the values land in the first sub-histogram.
@@ -196,7 +193,7 @@ int otsu_threshold_8u_c1(const uint8_t* src, int step, Size size, uint8_t* thres
     if (!src || !threshold) return st_null;
     if (empty_region(size)) return st_size;
     if (step < size.width) return st_bad_arg;
-    uint32_t sub[4 * 256];
+    uint32_t sub[8 * 256];
     uint32_t h[256];
     count_8u(src, step, size, sub, h);
     *threshold = otsu_threshold_of(h);

@@ -10,7 +10,7 @@ int morph_work_size(int op, Size roi, Size mask, int sample_bytes, int channels,
     if ((sample_bytes != 1 && sample_bytes != 2 && sample_bytes != 4) || (channels != 1 && channels != 3))
         return st_bad_arg;
     using namespace morph_layout;
-    *bytes = element_bytes(mask) + align64(scratch_samples(roi, mask, channels) * sample_bytes);
+    *bytes = element_bytes(mask) + pass_bytes(op, roi, mask, sample_bytes, channels);
     return st_ok;
 }
 

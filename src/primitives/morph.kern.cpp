@@ -36,47 +36,57 @@ inline V pick(V a, V b) {
 }
 
 // d[x] = pick(... pick(pick(d[x] or p[0][x], p[..][x]) ...) over N rows of
-// n samples, from the first row (first) or from d itself, in row order.
-template <bool Max, int N, class T>
-void fold_into(const T* const* p, T* d, int64_t n, bool first) {
-    using V = vec<T>;
+// n samples, from the first row (First) or from d itself, in row order. The
+// rows are unrolled at compile time, so their pointers stay in registers.
+template <bool Max, int N, bool First, class T, size_t... I>
+inline simd::vec<T> fold_vector(const T* const (&r)[N], const T* d, int64_t x, std::index_sequence<I...>) {
+    simd::vec<T> m = First ? simd::load(r[0] + x) : simd::load(d + x);
+    ((m = pick<Max>(m, simd::load(r[I + (First ? 1 : 0)] + x))), ...);
+    return m;
+}
+template <bool Max, int N, bool First, class T, size_t... I>
+inline simd::vec<T> fold_tail(const T* const (&r)[N], const T* d, int64_t x, int k, std::index_sequence<I...>) {
+    using V = simd::vec<T>;
+    V m = First ? simd::load_first<V>(r[0] + x, k) : simd::load_first<V>(d + x, k);
+    ((m = pick<Max>(m, simd::load_first<V>(r[I + (First ? 1 : 0)] + x, k))), ...);
+    return m;
+}
+
+template <bool Max, int N, bool First, class T>
+void fold_into(const T* const* p, T* d, int64_t n) {
     constexpr int L = simd::lanes<T>;
+    constexpr auto rest = std::make_index_sequence<First ? N - 1 : N>();
     const T* r[N];
     for (int i = 0; i < N; ++i) r[i] = p[i];
-    const int start = first ? 1 : 0;
     int64_t x = 0;
-    for (; x + L <= n; x += L) {
-        V m = first ? simd::load(r[0] + x) : simd::load(d + x);
-        for (int i = start; i < N; ++i) m = pick<Max>(m, simd::load(r[i] + x));
-        simd::store(d + x, m);
-    }
+    for (; x + L <= n; x += L) simd::store(d + x, fold_vector<Max, N, First>(r, d, x, rest));
     if (x < n) {
         const int k = static_cast<int>(n - x);
-        V m = first ? simd::load_first<V>(r[0] + x, k) : simd::load_first<V>(d + x, k);
-        for (int i = start; i < N; ++i) m = pick<Max>(m, simd::load_first<V>(r[i] + x, k));
-        simd::store_first(d + x, m, k);
+        simd::store_first(d + x, fold_tail<Max, N, First>(r, d, x, k, rest), k);
     }
 }
 
-// fold_into for 1 to 8 rows.
-template <bool Max, class T>
+template <bool Max, int N, class T>
+void fold_into(const T* const* p, T* d, int64_t n, bool first) {
+    if (first) fold_into<Max, N, true>(p, d, n);
+    else fold_into<Max, N, false>(p, d, n);
+}
+
+// fold_into for 1 to kDirect rows: windows of up to kDirect pixels or rows
+// are combined directly.
+constexpr int kDirect = 8;
+template <bool Max, class T, int N = 1>
 void fold_rows(const T* const* p, int count, T* d, int64_t n, bool first) {
-    switch (count) {
-        case 1: fold_into<Max, 1>(p, d, n, first); break;
-        case 2: fold_into<Max, 2>(p, d, n, first); break;
-        case 3: fold_into<Max, 3>(p, d, n, first); break;
-        case 4: fold_into<Max, 4>(p, d, n, first); break;
-        case 5: fold_into<Max, 5>(p, d, n, first); break;
-        case 6: fold_into<Max, 6>(p, d, n, first); break;
-        case 7: fold_into<Max, 7>(p, d, n, first); break;
-        default: fold_into<Max, 8>(p, d, n, first); break;
+    if constexpr (N < kDirect) {
+        if (count > N) return fold_rows<Max, T, N + 1>(p, count, d, n, first);
     }
+    fold_into<Max, N>(p, d, n, first);
 }
 
 template <bool Max, class T>
 void combine(const T* a, const T* b, T* d, int64_t n) {
     const T* p[2] = {a, b};
-    fold_into<Max, 2>(p, d, n, true);
+    fold_into<Max, 2, true>(p, d, n);
 }
 
 // Pads `left` and `right` copies of the edge pixels around one row of n samples.
@@ -148,7 +158,7 @@ template <bool Max, class T>
 void window_direct(const T* s, T* out, int64_t n, int c, int pixels, int w, int ax) {
     const int64_t lo = int64_t{ax} * c, hi = n - int64_t{w - 1 - ax} * c;
     if (lo < hi) {
-        const T* p[8];
+        const T* p[kDirect];
         for (int i = 0; i < w; ++i) p[i] = s + lo + int64_t{i - ax} * c;
         fold_rows<Max>(p, w, out + lo, hi - lo, true);
     }
@@ -162,15 +172,18 @@ void window_direct(const T* s, T* out, int64_t n, int c, int pixels, int w, int 
     for (int64_t x = hi > left_end ? hi : left_end; x < n; ++x) edge(x);
 }
 
-// The window of the element's width along one source row into out (n samples).
+// The window of the element's width along one source row into out (n
+// samples): directly up to kDirect pixels, wider by doubling windows of the
+// padded row (shifted loads of a 64-byte vector split cache lines, so a few
+// passes of two loads beat one pass of many).
 template <bool Max, class T>
 void horizontal_window(const T* s, T* out, T* pad, T* alt, const Plane& pl, const Element& el) {
     const int64_t n = pl.n;
-    if (el.w <= 8) return window_direct<Max>(s, out, n, pl.c, pl.width, el.w, el.ax);
+    if (el.w <= kDirect) return window_direct<Max>(s, out, n, pl.c, pl.width, el.w, el.ax);
     const int64_t np = (int64_t{pl.width} + el.w - 1) * pl.c;
+    pad_row(s, pad, n, pl.c, el.ax, el.w - 1 - el.ax);
     const int kw = floor_log2(el.w);
     const int64_t pw = int64_t{1} << kw;
-    pad_row(s, pad, n, pl.c, el.ax, el.w - 1 - el.ax);
     T* cur = pad;
     T* other = alt;
     int64_t len = np;
@@ -185,76 +198,93 @@ void horizontal_window(const T* s, T* out, T* pad, T* alt, const Plane& pl, cons
     combine<Max>(cur, cur + (el.w - pw) * pl.c, out, n);
 }
 
-// Separable: the window along each row, then down the columns, streaming
-// rows through rings. Up to eight rows are combined directly; taller
-// rectangles double their row windows level by level.
+// One erosion or dilation pass over a stream of rows. Row u of the pass
+// (the caller takes source row u − ay, clamped to the image) goes in through
+// feed(); once the element's height of rows has gone in, each feed completes
+// output row u − h + 1, which it writes to row_at(out, out_step, u − h + 1).
+// Rows are streamed through rings, so a pass may write the rows it has
+// finished reading: in place, or into the next pass of a chain.
+//
+// A full rectangle is separable: the window along each row into a ring, then
+// down the columns; up to eight rows are combined directly, taller rectangles
+// double their row windows level by level. Any other element keeps each row
+// padded with its edge pixels and doubled into windows of 1, 2, 4, ...
+// pixels; every run of every element row is then the pair of power-of-two
+// windows that covers it, folded eight windows (four runs) at a time.
 template <bool Max, class T>
-void rectangle_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el,
-                    T* scratch) {
-    const int64_t n = pl.n, np = (int64_t{pl.width} + el.w - 1) * pl.c;
-    const bool direct = el.h <= 8;
-    const int kv = direct ? 0 : floor_log2(el.h);
-    const int64_t q = int64_t{1} << kv;
-    const int64_t ring = ceil_pow2(el.h), wrap = ring - 1;
-    T* const pad = scratch;
-    T* const alt = pad + np;
-    T* const levels = alt + np;  // level k, slot s at levels + (k * ring + s) * n
-    auto level_row = [&](int k, int64_t u) { return levels + (k * ring + (u & wrap)) * n; };
-    const int64_t last = int64_t{pl.height} + el.h - 2;
-    for (int64_t u = 0; u <= last; ++u) {
-        const int64_t sy = u - el.ay < 0 ? 0 : u - el.ay >= pl.height ? pl.height - 1 : u - el.ay;
-        horizontal_window<Max>(row_at(src, src_step, static_cast<int>(sy)), level_row(0, u), pad, alt, pl, el);
-        for (int k = 1; k <= kv; ++k) {
+class row_filter {
+public:
+    row_filter(const Element& el, const Plane& pl, T* scratch) : el_(el), pl_(pl), scratch_(scratch) {
+        np_ = (int64_t{pl.width} + el.w - 1) * pl.c;
+        if (el.full) {
+            direct_ = el.h <= kDirect;
+            kv_ = direct_ ? 0 : floor_log2(el.h);
+            ring_ = direct_ ? el.h : ceil_pow2(el.h);
+        } else {
+            kw_ = floor_log2(el.longest > 0 ? el.longest : 1);
+            ring_ = ceil_pow2(el.h);
+        }
+    }
+
+    void feed(const T* row, T* out, int out_step) {
+        const int64_t u = u_++;
+        T* d = u >= el_.h - 1 ? row_at(out, out_step, static_cast<int>(u - el_.h + 1)) : nullptr;
+        if (el_.full) rectangle_step(row, u, d);
+        else runs_step(row, u, d);
+    }
+
+private:
+    int64_t slot(int64_t u) const { return ring_ & (ring_ - 1) ? u % ring_ : u & (ring_ - 1); }
+
+    // Rectangle rows: the pad and its doubling partner, then level k, slot s
+    // at levels + (k * ring + s) * n.
+    T* level_row(int k, int64_t u) const { return scratch_ + 2 * np_ + (k * ring_ + slot(u)) * pl_.n; }
+
+    void rectangle_step(const T* row, int64_t u, T* d) {
+        const int64_t n = pl_.n;
+        horizontal_window<Max>(row, level_row(0, u), scratch_, scratch_ + np_, pl_, el_);
+        for (int k = 1; k <= kv_; ++k) {
             const int64_t i = u - (int64_t{1} << k) + 1;
             if (i < 0) break;
             combine<Max>(level_row(k - 1, i), level_row(k - 1, i + (int64_t{1} << (k - 1))), level_row(k, i), n);
         }
-        if (u < el.h - 1) continue;
-        const int64_t y = u - el.h + 1;
-        T* d = row_at(dst, dst_step, static_cast<int>(y));
-        if (direct) {
-            const T* rows[8];
-            for (int j = 0; j < el.h; ++j) rows[j] = level_row(0, y + j);
-            fold_rows<Max>(rows, el.h, d, n, true);
+        if (!d) return;
+        const int64_t y = u - el_.h + 1;
+        if (direct_) {
+            const T* rows[kDirect];
+            for (int j = 0; j < el_.h; ++j) rows[j] = level_row(0, y + j);
+            fold_rows<Max>(rows, el_.h, d, n, true);
         } else {
-            combine<Max>(level_row(kv, y), level_row(kv, y + el.h - q), d, n);
+            const int64_t q = int64_t{1} << kv_;
+            combine<Max>(level_row(kv_, y), level_row(kv_, y + el_.h - q), d, n);
         }
     }
-}
 
-// Any other element: for each output row, each run of each element row is
-// the pair of power-of-two windows that covers it, folded eight windows
-// (four runs) at a time into the output row.
-template <bool Max, class T>
-void runs_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el, T* scratch) {
-    const int64_t n = pl.n, np = (int64_t{pl.width} + el.w - 1) * pl.c;
-    const int kw = floor_log2(el.longest > 0 ? el.longest : 1);
-    const int64_t ring = ceil_pow2(el.h), wrap = ring - 1;
-    auto level_row = [&](int k, int64_t u) { return scratch + ((u & wrap) * (kw + 1) + k) * np; };
-    const int64_t last = int64_t{pl.height} + el.h - 2;
-    for (int64_t u = 0; u <= last; ++u) {
-        const int64_t sy = u - el.ay < 0 ? 0 : u - el.ay >= pl.height ? pl.height - 1 : u - el.ay;
-        pad_row(row_at(src, src_step, static_cast<int>(sy)), level_row(0, u), n, pl.c, el.ax, el.w - 1 - el.ax);
-        int64_t len = np;
-        for (int k = 1; k <= kw; ++k) {
-            const int64_t shift = (int64_t{1} << (k - 1)) * pl.c;
+    // Runs rows: level k of the padded row in slot s at (s * (kw + 1) + k) * np.
+    T* run_row(int k, int64_t u) const { return scratch_ + (slot(u) * (kw_ + 1) + k) * np_; }
+
+    void runs_step(const T* row, int64_t u, T* d) {
+        const int64_t n = pl_.n;
+        pad_row(row, run_row(0, u), n, pl_.c, el_.ax, el_.w - 1 - el_.ax);
+        int64_t len = np_;
+        for (int k = 1; k <= kw_; ++k) {
+            const int64_t shift = (int64_t{1} << (k - 1)) * pl_.c;
             len -= shift;
-            const T* prev = level_row(k - 1, u);
-            combine<Max>(prev, prev + shift, level_row(k, u), len);
+            const T* prev = run_row(k - 1, u);
+            combine<Max>(prev, prev + shift, run_row(k, u), len);
         }
-        if (u < el.h - 1) continue;
-        const int64_t y = u - el.h + 1;
-        T* d = row_at(dst, dst_step, static_cast<int>(y));
+        if (!d) return;
+        const int64_t y = u - el_.h + 1;
         const T* group[8];
         int count = 0;
         bool first = true;
-        for (int j = 0; j < el.h; ++j) {
-            for (int r = el.row_start[j]; r < el.row_start[j + 1]; ++r) {
-                const int l = el.runs[2 * r], length = el.runs[2 * r + 1];
+        for (int j = 0; j < el_.h; ++j) {
+            for (int r = el_.row_start[j]; r < el_.row_start[j + 1]; ++r) {
+                const int l = el_.runs[2 * r], length = el_.runs[2 * r + 1];
                 const int k = floor_log2(length);
-                const T* base = level_row(k, y + j);
-                group[count++] = base + int64_t{l} * pl.c;
-                group[count++] = base + (int64_t{l} + length - (int64_t{1} << k)) * pl.c;
+                const T* base = run_row(k, y + j);
+                group[count++] = base + int64_t{l} * pl_.c;
+                group[count++] = base + (int64_t{l} + length - (int64_t{1} << k)) * pl_.c;
                 if (count == 8) {
                     fold_rows<Max>(group, 8, d, n, first);
                     first = false;
@@ -270,17 +300,43 @@ void runs_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl
             unary_row(d, d, static_cast<int>(n), [none](vec<T>) { return simd::splat(none); });
         }
     }
-}
+
+    const Element& el_;
+    const Plane& pl_;
+    T* scratch_;
+    int64_t np_ = 0, ring_ = 1, u_ = 0;
+    bool direct_ = false;
+    int kv_ = 0, kw_ = 0;
+};
 
 template <class T>
-void one_pass(bool max, const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el,
-              T* scratch) {
-    if (el.full) {
-        if (max) rectangle_pass<true>(src, src_step, dst, dst_step, pl, el, scratch);
-        else rectangle_pass<false>(src, src_step, dst, dst_step, pl, el, scratch);
-    } else {
-        if (max) runs_pass<true>(src, src_step, dst, dst_step, pl, el, scratch);
-        else runs_pass<false>(src, src_step, dst, dst_step, pl, el, scratch);
+inline const T* clamped_row(const T* src, int step, const Plane& pl, int64_t y) {
+    return row_at(src, step, static_cast<int>(y < 0 ? 0 : y >= pl.height ? pl.height - 1 : y));
+}
+
+// One pass from the source rows into the destination.
+template <bool Max, class T>
+void one_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el, T* scratch) {
+    row_filter<Max, T> pass(el, pl, scratch);
+    const int64_t last = int64_t{pl.height} + el.h - 2;
+    for (int64_t u = 0; u <= last; ++u) pass.feed(clamped_row(src, src_step, pl, u - el.ay), dst, dst_step);
+}
+
+// Two passes chained row by row: each row the first pass completes goes
+// straight into the second (the first and last as often as the second's
+// clamped border asks for them), so the intermediate image is never stored.
+template <bool FirstMax, class T>
+void two_passes(const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el, T* scratch,
+                T* second_scratch, T* middle) {
+    row_filter<FirstMax, T> first(el, pl, scratch);
+    row_filter<!FirstMax, T> second(el, pl, second_scratch);
+    const int64_t last = int64_t{pl.height} + el.h - 2;
+    for (int64_t u = 0; u <= last; ++u) {
+        first.feed(clamped_row(src, src_step, pl, u - el.ay), middle, 0);
+        const int64_t r = u - el.h + 1;
+        if (r < 0) continue;
+        const int repeats = (r == 0 ? el.ay + 1 : 1) + (r == pl.height - 1 ? el.h - 1 - el.ay : 0);
+        for (int k = 0; k < repeats; ++k) second.feed(middle, dst, dst_step);
     }
 }
 
@@ -297,16 +353,15 @@ int morph(int op, const T* src, int src_step, T* dst, int dst_step, Size roi, in
     bytes += element_bytes(mask);
     const Plane pl{int64_t{roi.width} * channels, roi.width, roi.height, channels};
     T* scratch = reinterpret_cast<T*>(bytes);
-    if (op <= morph_dilate) {
-        one_pass(op == morph_dilate, src, src_step, dst, dst_step, pl, el, scratch);
-        return st_ok;
-    }
-    // Opening: erosion, then dilation of its result; closing the other way
-    // round. A pass may run in place, so the first result goes straight into
-    // the destination.
-    const bool first_max = op == morph_close;
-    one_pass(first_max, src, src_step, dst, dst_step, pl, el, scratch);
-    one_pass(!first_max, static_cast<const T*>(dst), dst_step, dst, dst_step, pl, el, scratch);
+    if (op == morph_erode) one_pass<false>(src, src_step, dst, dst_step, pl, el, scratch);
+    if (op == morph_dilate) one_pass<true>(src, src_step, dst, dst_step, pl, el, scratch);
+    if (op <= morph_dilate) return st_ok;
+    // Opening: erosion, then dilation of its result; closing the other way round.
+    const int64_t samples = scratch_samples(roi, mask, channels);
+    T* second = reinterpret_cast<T*>(bytes + align64(samples * static_cast<int64_t>(sizeof(T))));
+    T* middle = reinterpret_cast<T*>(reinterpret_cast<uint8_t*>(second) + align64(samples * static_cast<int64_t>(sizeof(T))));
+    if (op == morph_open) two_passes<false>(src, src_step, dst, dst_step, pl, el, scratch, second, middle);
+    else two_passes<true>(src, src_step, dst, dst_step, pl, el, scratch, second, middle);
     return st_ok;
 }
 
