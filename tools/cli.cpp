@@ -116,6 +116,10 @@ lum::image new_image(int32_t width, int32_t height, lum_data_format format, lum_
     if (width > 0 && height > 0 && static_cast<uint64_t>(width) * static_cast<uint64_t>(height) > max_pixels())
         throw Error("image: " + what + ": more than the limit of " + std::to_string(max_pixels()) +
                     " pixels (raise it with --max-pixels)");
+    // The library's row step is 32-bit; a wider row would wrap it.
+    const uint64_t step = static_cast<uint64_t>(lum::full_bits(format) / 8) * static_cast<uint64_t>(channels) *
+                          ((static_cast<uint64_t>(width) & ~uint64_t{15}) + 16);
+    if (width > 0 && step > 0xffffffffull) throw Error("image: " + what + ": rows too long for an image");
     return in_context("image", what, [&] { return lum::image(width, height, format, channels, valid_bits); });
 }
 
