@@ -2,6 +2,7 @@
 // raw frame to a table of measured parts, with every step timed.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
@@ -121,6 +122,13 @@ int run_demo(const Args& args) {
 
     const std::vector<Object> objects = find_objects(opened, "frame");
     timer.lap("trace and measure");
+    std::vector<std::pair<std::string, std::string>> sections;
+    for (const auto& [key, json] : demo_sections()) {
+        sections.emplace_back(key, json(opened));
+        std::string step = key;
+        std::replace(step.begin(), step.end(), '_', ' ');
+        timer.lap(step);
+    }
 
     const lum::image overlay = render_grey(frame8, 0.9, 0);
     uint8_t tint[256 * 3] = {};
@@ -142,8 +150,10 @@ int run_demo(const Args& args) {
     FILE* report = std::fopen(files[5].c_str(), "w");
     if (!report) throw Error(files[5] + ": cannot open for writing");
     std::fprintf(report, "{\"frame\": {\"width\": %d, \"height\": %d, \"valid_bits\": 12},\n \"parts_drawn\": %zu,\n"
-                         " \"otsu_threshold\": %d,\n \"objects\": %s,\n \"timings_ms\": {",
+                         " \"otsu_threshold\": %d,\n \"objects\": %s,\n",
                  frame_width, frame_height, parts.size(), otsu, objects_json(objects, false).c_str());
+    for (const auto& [key, json] : sections) std::fprintf(report, " %s: %s,\n", json_string(key).c_str(), json.c_str());
+    std::fprintf(report, " \"timings_ms\": {");
     for (size_t k = 0; k < timer.steps.size(); k += 1)
         std::fprintf(report, "%s%s: %.3f", k ? ", " : "", json_string(timer.steps[k].first).c_str(), timer.steps[k].second);
     std::fprintf(report, "}}\n");

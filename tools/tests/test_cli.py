@@ -526,3 +526,71 @@ def test_max_pixels_sets_the_limit(lum_cli, tmp_path):
     if "resize" in BUILT:  # images the tool makes are held to the same limit
         r = lum_cli("resize", "--max-pixels", "20000", "--size", "200x200", "a.png", "big.png", expect=1)
         assert "cannot create 200 x 200 8u: more than the limit of 20000 pixels" in r.stderr
+
+
+# ---- Objects (lum_measure_objects) -----------------------------------------------
+
+@needs("measure")
+def test_measure_reports_each_object(lum_cli, tmp_path):
+    pixels = blobs()                   # a 24 x 15 plate, a disc with a hole, a 2 x 2 speck
+    write_grey(tmp_path, "in.png", pixels)
+    record = json.loads(lum_cli("measure", "in.png").stdout)
+    assert (record["width"], record["height"], record["count"]) == (96, 64, 3)
+    objects = sorted(record["objects"], key=lambda o: o["area"])
+    assert [o["label"] for o in sorted(record["objects"], key=lambda o: o["label"])] == [1, 2, 3]
+    speck, plate, disc = objects
+    yy, xx = np.mgrid[:64, :96]
+    for obj, where in ((speck, (slice(50, 52), slice(10, 12))), (plate, (slice(5, 20), slice(6, 30)))):
+        mask = np.zeros_like(pixels, bool)
+        mask[where] = True
+        assert obj["area"] == mask.sum()
+        assert obj["centroid"] == pytest.approx([xx[mask].mean(), yy[mask].mean()])
+        assert obj["bbox"] == [where[1].start, where[0].start, where[1].stop - where[1].start,
+                               where[0].stop - where[0].start]
+        assert obj["holes"] == 0
+    disc_mask = ((yy - 40) ** 2 + (xx - 60) ** 2 <= 144) & ((yy - 40) ** 2 + (xx - 60) ** 2 > 16)
+    assert disc["area"] == disc_mask.sum() and disc["holes"] == 1
+    assert disc["centroid"] == pytest.approx([60, 40])
+    assert disc["bbox"] == [48, 28, 25, 25]
+    assert plate["major_axis"] > plate["minor_axis"] > 0
+
+    lines = lum_cli("measure", "--format", "csv", "--min-area", "5", "in.png").stdout.strip().split("\n")
+    assert lines[0] == "label,area,centroid_x,centroid_y,x,y,width,height,holes,orientation,major_axis,minor_axis"
+    assert sorted(int(line.split(",")[1]) for line in lines[1:]) == [plate["area"], disc["area"]]
+
+
+@needs("measure")
+def test_measure_writes_the_label_image(lum_cli, tmp_path):
+    write_grey(tmp_path, "in.png", blobs(dtype=np.uint16, high=4095), 12)
+    record = json.loads(lum_cli("measure", "--min-area", "5", "--labels", "labels.png", "in.png").stdout)
+    assert record["count"] == 2 and record["min_area"] == 5
+    labels, sbit = pngfile.read(tmp_path / "labels.png")
+    assert labels.dtype == np.uint16 and labels.shape == (64, 96) and sbit is None
+    for obj in record["objects"]:
+        mask = labels == obj["label"]
+        assert mask.sum() == obj["area"]
+        x, y, w, h = obj["bbox"]
+        ys, xs = np.nonzero(mask)
+        assert (xs.min(), ys.min(), xs.max() - xs.min() + 1, ys.max() - ys.min() + 1) == (x, y, w, h)
+
+
+@needs("measure")
+def test_measure_on_empty_and_unsuitable_images(lum_cli, tmp_path):
+    write_grey(tmp_path, "empty.png", np.zeros((8, 8), np.uint8))
+    record = json.loads(lum_cli("measure", "empty.png").stdout)
+    assert record["count"] == 0 and record["objects"] == []
+    assert lum_cli("measure", "--format", "csv", "empty.png").stdout.count("\n") == 1
+    write_grey(tmp_path, "colour.png", np.zeros((8, 8, 3), np.uint8))
+    r = lum_cli("measure", "colour.png", expect=1)
+    assert r.stderr.startswith("lum measure: colour.png: object count: ") and r.stdout == ""
+    assert "--format is json or csv" in lum_cli("measure", "--format", "xml", "empty.png", expect=2).stderr
+
+
+@needs("demo", "measure")
+def test_demo_report_measures_the_objects_it_traced(lum_cli, tmp_path):
+    lum_cli("demo", "run")
+    report = json.loads((tmp_path / "run" / "report.json").read_text())
+    measured = {tuple(o["bbox"]): o for o in report["objects_measured"]}
+    assert len(report["objects"]) == 12 and len(measured) >= 12
+    for traced in report["objects"]:  # every traced part is measured, with the same box
+        assert tuple(traced["bbox"]) in measured
