@@ -131,9 +131,12 @@ def histogram(image: Array, bins: int = 256, range: Optional[Tuple[float, float]
 
 def threshold_otsu(image: Array, rect: Optional[Tuple[int, int, int, int]] = None) -> int:
     """Otsu's threshold of a uint8 or uint16 grey image, in the image's own sample values: the
-    level that best splits the histogram into two classes (use it as binarize(image, t), samples
-    >= t are foreground). A uint16 image is first stretched onto 0..255 through its minimum and
-    maximum; a constant uint16 image gives its value. rect = (x, y, width, height) measures a part.
+    level that best splits the histogram into two classes, the value scikit-image's threshold_otsu
+    gives for uint8 images. Its classes are samples <= t and samples > t, so image > t is the
+    foreground (binarize(image, t + 1); binarize(image, t) also counts the samples equal to t).
+    A uint16 image is first stretched onto 0..255 through its minimum and maximum (the threshold
+    is mapped back); a constant uint16 image gives its value. rect = (x, y, width, height)
+    measures a part (of the stretched image, for uint16).
     """
     a = as_image(image, "image", INTEGER, GREY)
     t = _i32()
