@@ -51,9 +51,12 @@ def _names(dtypes):
     return ", ".join(str(d) for d in dtypes)
 
 
-def as_image(value, name="image", dtypes=ANY, channels=EITHER):
-    """value as an array the library handles: 2-D grey or H x W x 3 colour of one of dtypes."""
+def as_image(value, name="image", dtypes=ANY, channels=EITHER, boolean=False):
+    """value as an array the library handles: 2-D grey or H x W x 3 colour of one of dtypes.
+    boolean: a bool array is taken as uint8 0/1 (one byte per sample already: no copy)."""
     a = np.asarray(value)
+    if boolean and a.dtype == np.bool_:
+        a = a.view(np.uint8)
     if a.dtype not in dtypes:
         raise TypeError(f"{name}: dtype {a.dtype} is not handled here (expected {_names(dtypes)})")
     if a.ndim == 2:

@@ -328,7 +328,7 @@ def measure(binary: Array, min_area: int = 0, labels: bool = False,
             pixel_size: Optional[Union[float, Tuple[float, float]]] = None):
     """The objects of a binary image: the 8-connected components of its non-zero samples.
 
-    binary: uint8 or uint16 grey. Objects of fewer than min_area pixels are left out and take no
+    binary: bool, uint8 or uint16 grey. Objects of fewer than min_area pixels are left out and take no
     label. Returns a NumPy structured array, one record per object in label order (labels from 1,
     in the raster order of each object's first pixel), with the fields
       label, area (pixels), centroid_x, centroid_y (mean of the pixels' x and y),
@@ -345,7 +345,7 @@ def measure(binary: Array, min_area: int = 0, labels: bool = False,
     fn = measure_objects_function()
     if fn is None:
         raise NotImplementedError("the loaded liblum_lib.so does not export lum_measure_objects")
-    a = as_image(binary, "binary", INTEGER, GREY)
+    a = as_image(binary, "binary", INTEGER, GREY, boolean=True)
     min_area = int(min_area)
     if not 0 <= min_area <= 0xFFFFFFFF:
         raise ValueError(f"min_area={min_area}")

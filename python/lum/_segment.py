@@ -161,14 +161,14 @@ def _fetch_set(handle, total, count):
 
 
 def find_contours(binary: Array, boxes: bool = False) -> List[Array]:
-    """The outer boundaries of the objects (non-zero samples) of a uint8 or uint16 grey image.
+    """The outer boundaries of the objects (non-zero samples) of a bool, uint8 or uint16 grey image.
 
     Returns a list of (n, 2) int32 arrays of (x, y) boundary pixels, one per object, in the
     order the tracer meets them (row by row); with boxes=True, a list of (points, (x, y, width,
     height)) pairs. Objects whose boundary closes within eight steps (3 x 3 and smaller) and
     objects inside another object's hole are not reported; use measure() to count every object.
     """
-    a = as_image(binary, "binary", INTEGER, GREY)
+    a = as_image(binary, "binary", INTEGER, GREY, boolean=True)
     total, count = _u32(), _u32()
     with Call() as c:
         h = c.lend(a, bits(a, None))

@@ -66,6 +66,7 @@ def test_small_objects_are_left_out_and_take_no_label():
     assert objects["holes"].tolist() == [1]
     assert set(np.unique(labels)) == {0, 1} and labels[2, 2] == 0 and labels[10, 5] == 1
     assert len(lum.measure(np.zeros((5, 5), np.uint8))) == 0
+    assert lum.measure(binary > 0, min_area=5).tobytes() == objects.tobytes()  # a bool mask as it is
 
 
 def test_the_same_records_as_the_c_interface():

@@ -70,6 +70,7 @@ def test_contours_are_the_c_interfaces_and_opencvs_outer_boundaries():
     assert sorted(map(lambda p: sorted(map(tuple, p.tolist())), lum.find_contours(bw))) == \
         sorted(map(lambda c: sorted(map(tuple, c[:, 0].tolist())), theirs))
     assert lum.find_contours(np.zeros((8, 8), np.uint16)) == []
+    assert all(np.array_equal(p, q) for p, q in zip(lum.find_contours(bw > 0), lum.find_contours(bw)))
 
 
 def test_empty_frames_leave_no_contour_sets_behind():
