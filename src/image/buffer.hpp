@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <climits>
 
 #include "image/image.hpp"
 
@@ -12,9 +13,11 @@ namespace lum {
 
 // `rows` rows of `row_bytes` bytes, the first `offset` bytes into the buffer
 // and each `step` bytes after the one before. An empty span touches nothing.
+// Kernels count bytes and steps in 32-bit integers, so a row or a step beyond
+// that range does not fit either.
 inline bool span_fits(const img& image, int64_t offset, int64_t rows, int64_t step, int64_t row_bytes) {
     if (rows <= 0 || row_bytes <= 0) return true;
-    if (offset < 0 || step < 0) return false;
+    if (offset < 0 || step < 0 || row_bytes > INT32_MAX || (rows > 1 && step > INT32_MAX)) return false;
     return offset + (rows - 1) * step + row_bytes <= static_cast<int64_t>(image.step_bytes) * image.height;
 }
 

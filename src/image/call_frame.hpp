@@ -10,6 +10,7 @@
 #include "image/buffer.hpp"
 #include "image/image.hpp"
 #include "image/registry.hpp"
+#include "image/sample_type.hpp"
 #include "primitives/primitive.hpp"
 
 #define LUM_CHECK(expr)                                           \
