@@ -1,9 +1,10 @@
 """lum: image processing and measurement for machine vision, on NumPy arrays.
 
     import numpy as np, lum
-    frame = np.random.default_rng(1).integers(0, 4096, (480, 640), dtype=np.uint16)
+    frame = np.random.default_rng(1).integers(0, 1500, (480, 640), dtype=np.uint16)
+    frame[100:200, 150:400] += 2500                      # one bright part
     t = lum.threshold_otsu(frame)
-    binary = lum.opening(lum.binarize(frame, t, valid_bits=12), size=(5, 5))
+    binary = lum.opening(lum.binarize(frame, t + 1, valid_bits=12), size=(5, 5))  # above t
     objects = lum.measure(binary, min_area=20)        # areas, centroids, boxes, axes
 
 Arrays in, arrays out: functions take numpy arrays of uint8, uint16 or float32, 2-D grey

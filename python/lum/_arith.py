@@ -92,6 +92,11 @@ def add(a: Array, b: Union[Array, Number], out: Optional[Array] = None, *,
     a, b = _pair(a, b, ANY)
     vb = bits(a, valid_bits)
     with Call() as c:
+        if isinstance(out, np.ndarray) and same_memory(out, b):  # b += a, in place
+            ha = c.lend(a, vb)
+            hb, result = c.in_place(b, out, vb, others=(a,))
+            check(_addI(ha, hb), "lum_addI")
+            return result
         ha, hb = c.lend(a, vb), c.lend(b, vb)
         hd, result = c.output(out, a.shape, a.dtype, vb, inputs=(a, b), alias_ok=True)
         check(_add(ha, hb, hd), "lum_add")
@@ -122,7 +127,7 @@ def subtract(a: Array, b: Union[Array, Number], out: Optional[Array] = None, *,
     a, b = _pair(a, b, ANY)
     vb = bits(a, valid_bits)
     with Call() as c:
-        if a.dtype == F32:
+        if a.dtype == F32 or (isinstance(out, np.ndarray) and same_memory(out, a)):  # a -= b, in place
             hb = c.lend(b, vb)
             hd, result = c.in_place(a, out, vb, others=(b,))
             check(_subI(hd, hb), "lum_subI")

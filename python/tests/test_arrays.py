@@ -119,8 +119,16 @@ def test_out_may_be_an_input_or_overlap_one():
     x = a.copy()
     assert lum.add(x, b, out=x) is x and np.array_equal(x, expected)
     y = b.copy()
+    assert lum.add(a, y, out=y) is y and np.array_equal(y, expected)  # b += a in place
+    y = b.copy()
     lum.subtract(a, y, out=y)
     assert np.array_equal(y, np.maximum(a.astype(int) - b, 0))
+    x = a.copy()
+    lum.subtract(x, b, out=x)  # a -= b in place
+    assert np.array_equal(x, np.maximum(a.astype(int) - b, 0))
+    w = (a.astype(np.uint16) * 20)[:, ::-1]  # in place through a copy: the result still lands in w
+    lum.add(np.ones_like(w), w, out=w, valid_bits=12)
+    assert np.array_equal(w, np.minimum((a.astype(int) * 20)[:, ::-1] + 1, 4095))
     # A shifted view of the input: computed aside, then written.
     host = np.zeros((17, 16), np.uint8)
     host[:16] = a
