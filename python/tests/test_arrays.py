@@ -227,3 +227,41 @@ def test_huge_shapes_are_refused_before_any_allocation():
         lum.stats(huge)
     with pytest.raises((MemoryError, ValueError)):
         lum.resize(np.zeros((2, 2), np.uint8), (2**20, 2**20))
+
+
+def layouts(a):
+    """a in layouts the library takes as they lie and in layouts that are copied on the way in."""
+    host = np.zeros((a.shape[0] + 3, a.shape[1] + 9) + a.shape[2:], a.dtype)
+    window = host[1:1 + a.shape[0], 4:4 + a.shape[1]]
+    window[...] = a
+    ro = a.copy()
+    ro.flags.writeable = False
+    flipped = np.flip(a, 1).copy()[:, ::-1]
+    raw_bytes = np.zeros(a.nbytes + a.itemsize, np.uint8)[1:1 + a.nbytes]
+    misaligned = raw_bytes.view(a.dtype).reshape(a.shape)
+    misaligned[...] = a
+    return {"window": window, "read-only": ro, "reversed columns": flipped, "misaligned": misaligned,
+            "fortran": np.asfortranarray(a)}
+
+
+SINGLE_IMAGE = {
+    "add": lambda a: lum.add(a, a), "scale": lambda a: lum.scale(a, 0.7, 2), "flip": lambda a: lum.flip(a, 0),
+    "resize": lambda a: lum.resize(a, (17, 9), "lanczos"), "rotate": lambda a: lum.rotate(a, 12.5),
+    "stats": lambda a: lum.stats(a), "histogram": lambda a: lum.histogram(a, 16, (0, 4096)),
+    "otsu": lambda a: lum.threshold_otsu(a), "binarize": lambda a: lum.binarize(a, 1000, valid_bits=12),
+    "opening": lambda a: lum.opening(a, (5, 3), "ellipse"), "profile": lambda a: lum.profile(a, (1, 2), (20, 9), 3),
+    "contours": lambda a: [c.tolist() for c in lum.find_contours(lum.binarize(a, 2000))],
+    "watershed": lambda a: lum.watershed(a, np.eye(*a.shape, dtype=np.uint16)),
+    "masked": lambda a: lum.masked_stats(a, np.full((4, 5), 255, np.uint8), (3, 2)),
+    "projection": lambda a: lum.projection([a, a[::-1]], "mean", "column"),
+}
+
+
+@pytest.mark.parametrize("name", sorted(SINGLE_IMAGE))
+def test_every_layout_gives_the_contiguous_result(name):
+    a = RNG.integers(0, 4096, (14, 23), dtype=np.uint16)
+    run = SINGLE_IMAGE[name]
+    expected = run(a)
+    for layout, b in layouts(a).items():
+        got = run(b)
+        assert np.array_equal(got, expected) if isinstance(got, np.ndarray) else got == expected, layout
