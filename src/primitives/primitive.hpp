@@ -129,20 +129,24 @@ struct Dispatch<R(A...), AlignedOnly> {
 }  // namespace lum::prim
 
 // Declares primitive `name` of function type `...` in every level and the
-// dispatch entry lum::prim::name that calls the level chosen for this processor.
+// dispatch entry lum::prim::name that calls the level chosen for this
+// processor. LUM_PRIMITIVE_ANY declares one that reads and writes at any
+// address (no alignment check in front of it).
 #if defined(LUM_SINGLE_ISA)
-#define LUM_PRIMITIVE(name, ...)                                                     \
+#define LUM_PRIMITIVE_WITH(aligned_only, name, ...)                                  \
     using name##_fn = __VA_ARGS__;                                                   \
     namespace isa_base { name##_fn name; }                                           \
-    inline constexpr Dispatch<name##_fn> name{{&isa_base::name, &isa_base::name, &isa_base::name}};
+    inline constexpr Dispatch<name##_fn, aligned_only> name{{&isa_base::name, &isa_base::name, &isa_base::name}};
 #else
-#define LUM_PRIMITIVE(name, ...)                                                     \
+#define LUM_PRIMITIVE_WITH(aligned_only, name, ...)                                  \
     using name##_fn = __VA_ARGS__;                                                   \
     namespace isa_base { name##_fn name; }                                           \
     namespace isa_avx2 { name##_fn name; }                                           \
     namespace isa_avx512 { name##_fn name; }                                         \
-    inline constexpr Dispatch<name##_fn> name{{&isa_base::name, &isa_avx2::name, &isa_avx512::name}};
+    inline constexpr Dispatch<name##_fn, aligned_only> name{{&isa_base::name, &isa_avx2::name, &isa_avx512::name}};
 #endif
+#define LUM_PRIMITIVE(name, ...) LUM_PRIMITIVE_WITH(true, name, __VA_ARGS__)
+#define LUM_PRIMITIVE_ANY(name, ...) LUM_PRIMITIVE_WITH(false, name, __VA_ARGS__)
 
 // Declares kernel template `name` in every level and the dispatch entry
 // lum::prim::name<...>, a variable template over the same parameters:
