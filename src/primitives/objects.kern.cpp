@@ -165,6 +165,42 @@ inline void fill_16u(uint8_t* p, uint16_t v, int32_t n) {
     for (; n > 0; --n, p += 2) std::memcpy(p, &v, 2);
 }
 
+// The widest store of the level: kLane samples of one value.
+#if defined(__AVX512BW__)
+constexpr int32_t kLane = 32;
+inline void store_lane(uint8_t* p, uint16_t v) { _mm512_storeu_si512(p, _mm512_set1_epi16(static_cast<short>(v))); }
+#elif defined(__AVX2__)
+constexpr int32_t kLane = 16;
+inline void store_lane(uint8_t* p, uint16_t v) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_set1_epi16(static_cast<short>(v)));
+}
+#elif defined(__SSE2__)
+constexpr int32_t kLane = 8;
+inline void store_lane(uint8_t* p, uint16_t v) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_set1_epi16(static_cast<short>(v)));
+}
+#else
+constexpr int32_t kLane = 4;
+inline void store_lane(uint8_t* p, uint16_t v) {
+    const uint64_t word = v * 0x0001000100010001ull;
+    std::memcpy(p, &word, 8);
+}
+#endif
+
+// Samples a .. b - 1 of a row of `width` receive v. Spans come left to right
+// and cover the row, so a span may store whole lanes past its end: the spans
+// after it write those samples again. Only near the row's end, where no span
+// follows inside the row, are the stores cut to the span.
+inline void paint_span(uint8_t* row, int32_t width, int32_t a, int32_t b, uint16_t v) {
+    if (b <= a) return;
+    uint8_t* p = row + 2 * static_cast<ptrdiff_t>(a);
+    if (b <= width - kLane + 1) {
+        for (int32_t x = a; x < b; x += kLane, p += 2 * kLane) store_lane(p, v);
+    } else {
+        fill_16u(p, v, b - a);
+    }
+}
+
 }  // namespace
 
 int object_runs_8u(const uint8_t* row, int32_t width, int32_t* starts, int32_t* ends, int32_t* count) {
@@ -181,11 +217,11 @@ int paint_label_row_16u(uint8_t* row, int32_t width, const LabelRun* runs, int32
     int32_t x = 0;
     for (int32_t k = 0; k < count; ++k) {
         const LabelRun& r = runs[k];
-        fill_16u(row + 2 * static_cast<ptrdiff_t>(x), 0, r.start - x);
-        fill_16u(row + 2 * static_cast<ptrdiff_t>(r.start), static_cast<uint16_t>(final[r.label]), r.end - r.start);
+        paint_span(row, width, x, r.start, 0);
+        paint_span(row, width, r.start, r.end, static_cast<uint16_t>(final[r.label]));
         x = r.end;
     }
-    fill_16u(row + 2 * static_cast<ptrdiff_t>(x), 0, width - x);
+    paint_span(row, width, x, width, 0);
     return st_ok;
 }
 
