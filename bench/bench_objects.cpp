@@ -114,7 +114,8 @@ Timed objects_case(std::shared_ptr<Frame> f, bool with_labels, std::string note)
     return t;
 }
 
-const Case discs_plain("measure_objects 8u, 2000 discs", [] { return objects_case(disc_frame(2000, 5, 40, 11), false, ""); });
+const Case discs_plain("measure_objects 8u, 2000 discs",
+                       [] { return objects_case(disc_frame(2000, 5, 40, 11), false, ""); });
 const Case discs_labels("measure_objects 8u, 2000 discs + labels",
                         [] { return objects_case(disc_frame(2000, 5, 40, 11), true, ""); });
 const Case camera_plain("measure_objects 8u, camera", [] {

@@ -384,9 +384,10 @@ typedef struct lum_object {
  * (0 for background and left-out objects); it may be the image itself.
  * Codes, in this order: -6/-64 handles (image, then labels unless -1), -64 an image not initialised, -1 image
  * format not 8u or 16u, -65 image not one channel, -4 label image not 16u one-channel or of another size,
- * -128 count null or objects null with capacity > 0, -2 a buffer shorter than its image's rows x step bytes,
- * -7 more than 65535 objects with a label image, -8 out of memory. On any code but 0 nothing is written:
- * not the records, not the count, not the label image. Buffers may start at any address and have any step.
+ * -128 count null or objects null with capacity > 0, -2 an image without a buffer or with rows longer than
+ * its step, -7 more than 65535 objects with a label image, -8 out of memory. On any code but 0 nothing is
+ * written: not the records, not the count, not the label image. Buffers may start at any address, and any
+ * step of at least a row will do (odd ones included).
  * Time linear in the runs of non-zero samples plus one pass over the samples; scratch memory linear in the
  * runs (12 more bytes per run with a label image). */
 LUM_API int8_t lum_measure_objects(int32_t image, uint32_t min_area, int32_t labels,

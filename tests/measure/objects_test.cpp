@@ -246,8 +246,9 @@ TEST(MeasureObjects, RandomImagesOfEverySizeMatchTheFloodFillInEveryVariant) {
         for (const lum_size sz : sizes)
             for (const int density : {3, 30, 55, 92})
                 for (const bool shapes : {false, true}) {
-                    SCOPED_TRACE(std::to_string(sz.width) + " x " + std::to_string(sz.height) + (f == lum_fmt_16u ? " 16u" : " 8u") +
-                                 " density " + std::to_string(density) + (shapes ? " with shapes" : ""));
+                    SCOPED_TRACE(std::to_string(sz.width) + " x " + std::to_string(sz.height) +
+                                 (f == lum_fmt_16u ? " 16u" : " 8u") + " density " + std::to_string(density) +
+                                 (shapes ? " with shapes" : ""));
                     const auto set = random_set(sz.width, sz.height, density, shapes, rng);
                     Image im(sz.width, sz.height, f, lum_gray);
                     im.randomize(uint32_t(rng()));  // padding holds noise that must not count
