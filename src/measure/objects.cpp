@@ -8,17 +8,19 @@
 // union-find whose roots are the smallest label of a set, so a root is the
 // label opened at the object's first pixel in raster order. A run's area and
 // coordinate sums (x, y, x², y², xy) go in closed form into its label's
-// accumulators, which are folded into the roots at the end. The gaps between
-// runs are the background's runs and get the same treatment with
-// 4-connectivity; a background component that never touches the border is a
-// hole, and the pixel above its first pixel belongs to the object that
-// encloses it. Cost: a few vector operations per 64 samples plus constant work
-// per run; scratch: per label and, with a label image, 12 bytes per run.
+// accumulators, which are folded into the roots at the end. Holes come from
+// the Euler number: for 8-connected pixels against 4-connected background,
+// an object's runs minus the touches between its runs of consecutive rows is
+// one minus the number of background components it encloses (each cycle of
+// touching runs closes one). Cost: a few vector operations per 64 samples plus
+// constant work per run; scratch: per label and, with a label image, 12 bytes
+// per run.
 #include <cmath>
 #include <cstring>
 #include <new>
 #include <numbers>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -78,13 +80,13 @@ public:
         }
         return a;
     }
-    // Joins the sets of a and b; returns the surviving root and the other one.
-    std::pair<uint32_t, uint32_t> unite(uint32_t a, uint32_t b) {
+    // Joins the sets of a and b; returns the root of the joined set.
+    uint32_t unite(uint32_t a, uint32_t b) {
         a = find(a);
         b = find(b);
         if (b < a) std::swap(a, b);
         parent_[b] = a;
-        return {a, b};
+        return a;
     }
     // Every label's parent becomes its root: parents come before children.
     void flatten() {
@@ -99,18 +101,22 @@ private:
 };
 
 // Sums of one provisional label. S is int64_t when the whole image's sums
-// fit in it (every 4K frame), else __int128.
+// fit in it (every 4K frame; such an image has fewer than 2^30 pixels, so a
+// 32-bit area and Euler count do too), else __int128.
 template <class S>
 struct blob {
-    uint64_t area;
+    using count_t = std::conditional_t<sizeof(S) == 8, uint32_t, uint64_t>;
+    count_t area;
+    std::make_signed_t<count_t> euler;  // runs minus touches between runs of consecutive rows
     S sx, sy, sxx, syy, sxy;
     int32_t min_x, max_x, min_y, max_y;
 
-    void add_run(int32_t s, int32_t e, S y, S yy) {
+    void add_run(int32_t s, int32_t e, S y, S yy, int32_t touches) {
         const S n = e - s, a = s;
         const S rx = (2 * a + n - 1) * n / 2;  // x summed over the run
         const S rxx = n * a * a + a * n * (n - 1) + (n - 1) * n * (2 * n - 1) / 6;
-        area += static_cast<uint64_t>(e - s);
+        area += static_cast<count_t>(e - s);
+        euler += 1 - touches;
         sx += rx;
         sxx += rxx;
         sy += n * y;
@@ -122,6 +128,7 @@ struct blob {
     }
     void fold(const blob& o) {
         area += o.area;
+        euler += o.euler;
         sx += o.sx;
         sy += o.sy;
         sxx += o.sxx;
@@ -132,20 +139,19 @@ struct blob {
         if (o.min_y < min_y) min_y = o.min_y;
         if (o.max_y > max_y) max_y = o.max_y;
     }
+    uint32_t holes() const {
+        const auto h = 1 - static_cast<int64_t>(euler);
+        return h > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(h);
+    }
 };
 
-constexpr uint32_t kBorder = UINT32_MAX;  // background component that reaches the border
-
-// One row's runs, their labels, and the labels of the gaps between them
-// (gap k lies before run k; gap n after the last run; 0: empty gap).
+// One row's runs and their labels.
 struct row_runs {
     std::vector<int32_t> start, end;
-    std::vector<uint32_t> label, gap;
+    std::vector<uint32_t> label;
     int32_t n = 0;
     explicit row_runs(int32_t width)
-        : start(static_cast<size_t>(width) / 2 + 1), end(start.size()), label(start.size()), gap(start.size() + 1) {}
-    int32_t gap_start(int32_t k) const { return k == 0 ? 0 : end[k - 1]; }
-    int32_t gap_end(int32_t k, int32_t width) const { return k == n ? width : start[k]; }
+        : start(static_cast<size_t>(width) / 2 + 1), end(start.size()), label(start.size()) {}
 };
 
 struct request {
@@ -162,7 +168,7 @@ struct request {
 
 // Record of one object from its exact sums.
 template <class S>
-lum_object record_of(const blob<S>& b, uint32_t label, uint32_t holes) {
+lum_object record_of(const blob<S>& b, uint32_t label) {
     lum_object r{};
     r.label = label;
     r.area = b.area > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(b.area);
@@ -170,7 +176,7 @@ lum_object record_of(const blob<S>& b, uint32_t label, uint32_t holes) {
     r.y = b.min_y;
     r.width = b.max_x - b.min_x + 1;
     r.height = b.max_y - b.min_y + 1;
-    r.holes = holes;
+    r.holes = b.holes();
     const double n = static_cast<double>(b.area);
     r.centroid_x = static_cast<double>(static_cast<i128>(b.sx)) / n;
     r.centroid_y = static_cast<double>(static_cast<i128>(b.sy)) / n;
@@ -211,23 +217,14 @@ int8_t measure(const request& q) {
     const auto& find_runs = q.wide ? prim::object_runs_16u : prim::object_runs_8u;
     const bool keep_runs = q.labels != nullptr;
 
-    forest objects, background;
+    forest objects;
     std::vector<blob<S>> blobs;
-    std::vector<uint32_t> enclosing;  // per background label: the object label above its first pixel, or kBorder
     std::vector<prim::LabelRun> runs;
     std::vector<int32_t> runs_in_row;
     objects.reserve(1024);
     blobs.reserve(1024);
-    background.add();  // label 0: empty gap
-    enclosing.push_back(kBorder);
     if (keep_runs) runs_in_row.resize(static_cast<size_t>(height));
     row_runs rows[2] = {row_runs(width), row_runs(width)};
-
-    auto open_background = [&](uint32_t encloser) {
-        const uint32_t l = background.add();
-        enclosing.push_back(encloser);
-        return l;
-    };
 
     for (int32_t y = 0; y < height; ++y) {
         row_runs& cur = rows[y & 1];
@@ -238,7 +235,7 @@ int8_t measure(const request& q) {
         const int32_t n = cur.n;
         const S sy = y, syy = S(y) * y;
 
-        // Objects: a run joins every run above it that it touches at an edge or a corner.
+        // A run joins every run above it that it touches at an edge or a corner.
         int32_t j = 0;
         for (int32_t i = 0; i < n; ++i) {
             const int32_t s = cur.start[i], e = cur.end[i];
@@ -248,51 +245,16 @@ int8_t measure(const request& q) {
             if (t < pn && prev.start[t] <= e) {
                 label = prev.label[t];
                 for (++t; t < pn && prev.start[t] <= e; ++t)
-                    if (prev.label[t] != label) label = objects.unite(label, prev.label[t]).first;
+                    if (prev.label[t] != label) label = objects.unite(label, prev.label[t]);
             } else {
                 label = objects.add();
-                blobs.push_back({0, 0, 0, 0, 0, 0, s, s, y, y});
+                blobs.push_back({0, 0, 0, 0, 0, 0, 0, s, s, y, y});
             }
             cur.label[i] = label;
-            blobs[label].add_run(s, e, sy, syy);
+            blobs[label].add_run(s, e, sy, syy, t - j);
             if (keep_runs) runs.push_back({s, e, label});
         }
         if (keep_runs) runs_in_row[static_cast<size_t>(y)] = n;
-
-        // Background: a gap joins the gaps above it that share a column.
-        const bool last_row = y == height - 1;
-        int32_t m = 0;
-        for (int32_t k = 0; k <= n; ++k) {
-            const int32_t g0 = cur.gap_start(k), g1 = cur.gap_end(k, width);
-            if (g0 >= g1) {
-                cur.gap[k] = 0;
-                continue;
-            }
-            const bool border = y == 0 || last_row || g0 == 0 || g1 == width;
-            uint32_t label = 0;
-            if (y > 0) {
-                while (prev.gap_end(m, width) <= g0) ++m;
-                for (int32_t t = m; t <= pn && prev.gap_start(t) < g1; ++t) {
-                    const uint32_t above = prev.gap[t];
-                    if (above == 0 || above == label) continue;
-                    if (label == 0) {
-                        label = above;
-                    } else {
-                        const auto [root, other] = background.unite(label, above);
-                        if (enclosing[other] == kBorder) enclosing[root] = kBorder;
-                        label = root;
-                    }
-                }
-            }
-            if (label == 0) {
-                // Nothing above shares a column: the pixel above the gap's first one is an
-                // object's (run m - 1 of the row above covers it), unless this is the border.
-                label = open_background(border ? kBorder : prev.label[m - 1]);
-            } else if (border) {
-                enclosing[background.find(label)] = kBorder;
-            }
-            cur.gap[k] = label;
-        }
     }
 
     // Fold every label into its root; number the roots that are large enough.
@@ -312,12 +274,6 @@ int8_t measure(const request& q) {
             final_label[l] = final_label[r];
         }
     }
-    std::vector<uint32_t> holes(labels);
-    background.flatten();
-    for (size_t l = 1; l < background.size(); ++l)
-        if (background.root(static_cast<uint32_t>(l)) == l && enclosing[l] != kBorder)
-            ++holes[objects.root(enclosing[l])];
-
     if (keep_runs && found > 65535) return out_of_range;
 
     // Nothing below allocates: the results are written whole or not at all.
@@ -334,7 +290,7 @@ int8_t measure(const request& q) {
     uint32_t written = 0;
     for (size_t l = 0; l < labels && written < q.capacity; ++l) {
         if (final_label[l] == 0 || objects.root(static_cast<uint32_t>(l)) != l) continue;
-        const lum_object rec = record_of(blobs[l], final_label[l], holes[l]);
+        const lum_object rec = record_of(blobs[l], final_label[l]);
         std::memcpy(q.objects + written, &rec, sizeof rec);
         ++written;
     }
