@@ -324,6 +324,13 @@ TEST(MeasureObjects, FrameAlongEveryBorderEnclosesOneHole) {
     const Measured got = measured(im);
     ASSERT_EQ(got.count, 1u);
     EXPECT_EQ(got.objects[0].holes, 0u);
+    // Pixels touching only at corners still enclose: the background is 4-connected.
+    const auto diamond = from_picture({".....", "..#..", ".#.#.", "..#..", "....."});
+    Image d(5, 5, lum_fmt_8u, lum_gray);
+    fill(d, diamond, rng);
+    const Measured closed = measured(d);
+    ASSERT_EQ(closed.count, 1u);
+    EXPECT_EQ(closed.objects[0].holes, 1u);
 }
 
 TEST(MeasureObjects, CheckerboardIsOneObjectWithEveryInnerGapAHole) {
