@@ -6,10 +6,10 @@ what=${1:-test}
 pkgs=(cmake g++ make)
 case "$what" in
   build) pkgs+=(libpng-dev pkg-config) ;;
-  test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest python3-skimage python3-opencv) ;;
+  test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest python3-pil python3-opencv python3-skimage) ;;
   bench) pkgs+=(libopencv-dev libpng-dev python3-skimage) ;;
   fuzz) pkgs+=(clang libclang-rt-14-dev) ;;
-  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest python3-skimage python3-opencv libopencv-dev clang libclang-rt-14-dev) ;;
+  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest python3-pil python3-opencv python3-skimage libopencv-dev clang libclang-rt-14-dev) ;;
 esac
 missing=()
 for p in "${pkgs[@]}"; do

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "arith/clamp.hpp"
+#include "primitives/arith.hpp"
 #include "primitives/arith_const.hpp"
 
 namespace lum {
@@ -27,8 +28,7 @@ int8_t adjust(img* src, img* dst, lum_size size, const double* low, const double
     if (src->pix_type != lum_fmt_8u) return bad_format;
     if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
     if (!low || !high) return out_of_range;
-    if (!region_in_buffer(*src, 0, 0, size.width, size.height, src->step_bytes) ||
-        !region_in_buffer(*dst, 0, 0, size.width, size.height, dst->step_bytes))
+    if (!region_fits(*src, 0, 0, size.width, size.height) || !region_fits(*dst, 0, 0, size.width, size.height))
         return beyond_image;
 
     const int channels = src->channels;
@@ -52,9 +52,8 @@ int8_t adjust(img* src, img* dst, lum_size size, const double* low, const double
         const prim::Size part{size.width, size.height - y < strip ? size.height - y : strip};
         const uint8_t* s_part = s + int64_t(y) * ss;
         uint8_t* d_part = d + int64_t(y) * ds;
-        const int subtracted = channels == 3 ? prim::sub_c_8u_c3rsfs(s_part, ss, d_part, ds, part, level, 0)
-                                             : prim::sub_c_8u_c1rsfs(s_part, ss, d_part, ds, part, level[0], 0);
-        LUM_CHECK(map_status(subtracted));
+        const prim::Size samples{part.width * channels, part.height};
+        LUM_CHECK(map_status(prim::constant<uint8_t, prim::op::sub>(s_part, ss, d_part, ds, samples, level, channels)));
         LUM_CHECK(map_status(channels == 3 ? prim::mul_c_8u_c3ir(d_part, ds, part, factor)
                                            : prim::mul_c_8u_c1ir(d_part, ds, part, factor)));
     }

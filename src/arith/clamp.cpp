@@ -2,7 +2,7 @@
 // image never holds a sample above what its valid bits can express.
 #include "arith/clamp.hpp"
 
-#include "primitives/fill.hpp"
+#include "primitives/arith.hpp"
 
 namespace lum {
 
@@ -11,27 +11,15 @@ int8_t clamp_to_valid_bits(img& image, uint32_t mask) {
     if (image.channels != lum_gray && image.channels != lum_color) return bad_channels;
     if (image.pix_type != lum_fmt_16u && image.pix_type != lum_fmt_8u) return bad_format;
     if (image.pix_type == lum_fmt_8u && mask > 255) return out_of_range;
-    if (!span_in_buffer(image, int64_t(image.width) * bytes_per_pixel(image), image.height, image.step_bytes))
-        return beyond_image;
+    if (!whole_fits(image)) return beyond_image;
     // A mask covering the whole sample range leaves every sample as it is.
     if (mask >= (image.pix_type == lum_fmt_8u ? 255u : 65535u)) return ok;
-    const bool colour = image.channels == lum_color;
-    const prim::Size size = size_of(image);
-    int status;
-    if (image.pix_type == lum_fmt_8u) {
-        auto* p = static_cast<uint8_t*>(image.frame_buf);
-        const uint8_t m = static_cast<uint8_t>(mask);
-        const uint8_t m3[3] = {m, m, m};
-        status = colour ? prim::threshold_gt_val_8u_c3ir(p, step_of(image), size, m3, m3)
-                        : prim::threshold_gt_val_8u_c1ir(p, step_of(image), size, m, m);
-    } else {
-        auto* p = static_cast<uint16_t*>(image.frame_buf);
-        const uint16_t m = static_cast<uint16_t>(mask);
-        const uint16_t m3[3] = {m, m, m};
-        status = colour ? prim::threshold_gt_val_16u_c3ir(p, step_of(image), size, m3, m3)
-                        : prim::threshold_gt_val_16u_c1ir(p, step_of(image), size, m, m);
-    }
-    return map_status(status);
+    return with_sample_type<uint8_t, uint16_t>(image.pix_type, [&]<class T>() -> int8_t {
+        auto* p = static_cast<T*>(image.frame_buf);
+        const T top = static_cast<T>(mask);
+        const prim::Size samples{image.width * int(image.channels), image.height};
+        return map_status(prim::constant<T, prim::op::min>(p, step_of(image), p, step_of(image), samples, &top, 1));
+    });
 }
 
 }  // namespace lum

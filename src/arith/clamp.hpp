@@ -19,13 +19,4 @@ inline uint16_t valid_bits_mask(const img& image) {
 // -5 when the kernel fails.
 int8_t clamp_to_valid_bits(img& image, uint32_t mask);
 
-// True when `rows` rows of `row_bytes` bytes, `step` bytes apart from the
-// image's first byte, stay inside its rows × step_bytes buffer. Used where an
-// image is read or written with a layout other than its own.
-inline bool span_in_buffer(const img& image, int64_t row_bytes, int64_t rows, int64_t step) {
-    if (rows <= 0 || row_bytes <= 0) return true;  // nothing is touched; the kernel refuses the size
-    if (step < 0) return false;
-    return (rows - 1) * step + row_bytes <= static_cast<int64_t>(image.step_bytes) * image.height;
-}
-
 }  // namespace lum

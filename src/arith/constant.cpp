@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "arith/clamp.hpp"
+#include "primitives/arith.hpp"
 #include "primitives/arith_const.hpp"
 
 namespace lum {
@@ -22,20 +23,13 @@ bool read_value(const void* value, T& out) {
 }
 
 int add_constant(const img& im, void* region, const prim::Size z, const void* value) {
-    const bool c3 = im.channels == lum_color;
-    const int step = step_of(im);
-    if (im.pix_type == lum_fmt_8u) {
-        uint8_t v = 0;
+    return with_sample_type<uint8_t, uint16_t>(im.pix_type, [&]<class T>() -> int {
+        T v = 0;
         if (!read_value(value, v)) return prim::st_null;
-        const uint8_t v3[3] = {v, v, v};
-        auto* p = static_cast<uint8_t*>(region);
-        return c3 ? prim::add_c_8u_c3irsfs(p, step, z, v3, 0) : prim::add_c_8u_c1irsfs(p, step, z, v, 0);
-    }
-    uint16_t v = 0;
-    if (!read_value(value, v)) return prim::st_null;
-    const uint16_t v3[3] = {v, v, v};
-    auto* p = static_cast<uint16_t*>(region);
-    return c3 ? prim::add_c_16u_c3irsfs(p, step, z, v3, 0) : prim::add_c_16u_c1irsfs(p, step, z, v, 0);
+        auto* p = static_cast<T*>(region);
+        const prim::Size samples{z.width * int(im.channels), z.height};
+        return prim::constant<T, prim::op::add>(p, step_of(im), p, step_of(im), samples, &v, 1);
+    });
 }
 
 int multiply_constant(const img& im, void* region, const prim::Size z, const void* value) {
@@ -63,7 +57,7 @@ int8_t constant_in_place(img* im, const void* value, const lum_rect* rect, in_pl
     if (!integer && !(op == in_place_op::multiply && format == lum_fmt_32f)) return bad_format;
     if (im->channels != lum_gray && im->channels != lum_color) return bad_channels;
     if (!integer && im->channels != lum_gray) return bad_channels;
-    if (!region_in_buffer(*im, r.x, r.y, r.width, r.height, im->step_bytes)) return beyond_image;
+    if (!region_fits(*im, r.x, r.y, r.width, r.height)) return beyond_image;
     void* region = im->get_ptr_at_position({r.x, r.y});
     const int status = op == in_place_op::add ? add_constant(*im, region, size_of(r), value)
                                               : multiply_constant(*im, region, size_of(r), value);
@@ -74,36 +68,16 @@ int8_t constant_in_place(img* im, const void* value, const lum_rect* rect, in_pl
 int8_t subtract_constant(img* src, img* dst, const void* value) {
     LUM_CHECK(require_initialised(src, dst));
     LUM_CHECK(require_same_layout(*src, *dst));
-    if (src->pix_type != lum_fmt_8u && src->pix_type != lum_fmt_16u) return bad_format;
-    if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
-    const int64_t row = int64_t(src->width) * bytes_per_pixel(*src);
-    if (!span_in_buffer(*src, row, src->height, src->step_bytes) ||
-        !span_in_buffer(*dst, row, dst->height, dst->step_bytes))
-        return beyond_image;
-    const bool c3 = src->channels == lum_color;
-    const prim::Size z = size_of(*src);
-    const int ss = step_of(*src), ds = step_of(*dst);
-    int status;
-    if (src->pix_type == lum_fmt_8u) {
-        uint8_t v = 0;
-        const bool have = read_value(value, v);
-        const uint8_t v3[3] = {v, v, v};
-        auto* s = static_cast<const uint8_t*>(src->frame_buf);
-        auto* d = static_cast<uint8_t*>(dst->frame_buf);
-        status = !have ? prim::st_null
-                 : c3  ? prim::sub_c_8u_c3rsfs(s, ss, d, ds, z, v3, 0)
-                       : prim::sub_c_8u_c1rsfs(s, ss, d, ds, z, v, 0);
-    } else {
-        uint16_t v = 0;
-        const bool have = read_value(value, v);
-        const uint16_t v3[3] = {v, v, v};
-        auto* s = static_cast<const uint16_t*>(src->frame_buf);
-        auto* d = static_cast<uint16_t*>(dst->frame_buf);
-        status = !have ? prim::st_null
-                 : c3  ? prim::sub_c_16u_c3rsfs(s, ss, d, ds, z, v3, 0)
-                       : prim::sub_c_16u_c1rsfs(s, ss, d, ds, z, v, 0);
-    }
-    return map_status(status);
+    return with_sample_type<uint8_t, uint16_t>(src->pix_type, [&]<class T>() -> int8_t {
+        if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
+        if (!whole_fits(*src) || !whole_fits(*dst)) return beyond_image;
+        T v = 0;
+        if (!read_value(value, v)) return map_status(prim::st_null);
+        const prim::Size samples{src->width * int(src->channels), src->height};
+        return map_status(prim::constant<T, prim::op::sub>(static_cast<const T*>(src->frame_buf), step_of(*src),
+                                                          static_cast<T*>(dst->frame_buf), step_of(*dst), samples,
+                                                          &v, 1));
+    });
 }
 
 }  // namespace

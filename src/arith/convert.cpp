@@ -19,8 +19,8 @@ int8_t convert_image(img* src, img* dst) {
 
     // The destination is written over the source's size with its own step.
     const int64_t samples = int64_t(src->width) * src->channels;
-    if (!span_in_buffer(*src, samples * bytes_per_sample(from), src->height, src->step_bytes) ||
-        !span_in_buffer(*dst, samples * bytes_per_sample(to), src->height, dst->step_bytes))
+    if (!span_fits(*src, 0, src->height, src->step_bytes, samples * bytes_per_sample(from)) ||
+        !span_fits(*dst, 0, src->height, dst->step_bytes, samples * bytes_per_sample(to)))
         return beyond_image;
 
     const bool c3 = src->channels == lum_color;

@@ -10,27 +10,16 @@ namespace {
 int8_t divide_in_place(img* a, img* b) {
     LUM_CHECK(require_initialised(a, b));
     if (a->channels != b->channels || a->pix_type != b->pix_type) return mismatch;
-    const int format = a->pix_type;
-    if (format != lum_fmt_8u && format != lum_fmt_16u && format != lum_fmt_32f) return bad_format;
-    if (a->channels != lum_gray && a->channels != lum_color) return bad_channels;
-    // b is read and written over a's size with its own step.
-    const int64_t row = int64_t(a->width) * bytes_per_pixel(*a);
-    if (!span_in_buffer(*a, row, a->height, a->step_bytes) || !span_in_buffer(*b, row, a->height, b->step_bytes))
-        return beyond_image;
-    const bool c3 = a->channels == lum_color;
-    const prim::Size z = size_of(*a);
-    const int sa = step_of(*a), sb = step_of(*b);
-    if (format == lum_fmt_8u) {
-        auto fn = c3 ? prim::div_8u_c3irsfs : prim::div_8u_c1irsfs;
-        return map_status(fn(static_cast<const uint8_t*>(a->frame_buf), sa, static_cast<uint8_t*>(b->frame_buf), sb, z, 0));
-    }
-    if (format == lum_fmt_16u) {
-        auto fn = c3 ? prim::div_16u_c3irsfs : prim::div_16u_c1irsfs;
-        return map_status(
-            fn(static_cast<const uint16_t*>(a->frame_buf), sa, static_cast<uint16_t*>(b->frame_buf), sb, z, 0));
-    }
-    auto fn = c3 ? prim::div_32f_c3ir : prim::div_32f_c1ir;
-    return map_status(fn(static_cast<const float*>(a->frame_buf), sa, static_cast<float*>(b->frame_buf), sb, z));
+    return with_sample_type<uint8_t, uint16_t, float>(a->pix_type, [&]<class T>() -> int8_t {
+        if (a->channels != lum_gray && a->channels != lum_color) return bad_channels;
+        // b is read and written over a's size with its own step.
+        const int64_t row = int64_t(a->width) * bytes_per_pixel(*a);
+        if (!span_fits(*a, 0, a->height, a->step_bytes, row) || !span_fits(*b, 0, a->height, b->step_bytes, row))
+            return beyond_image;
+        const prim::Size samples{a->width * int(a->channels), a->height};
+        return map_status(prim::divide<T>(static_cast<const T*>(a->frame_buf), step_of(*a),
+                                          static_cast<T*>(b->frame_buf), step_of(*b), samples));
+    });
 }
 
 }  // namespace

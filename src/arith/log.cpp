@@ -11,8 +11,8 @@ int8_t log_in_place(img* im) {
     LUM_CHECK(require_initialised(im));
     if (im->channels != lum_gray) return bad_format;  // channels first, and -1 like the format
     if (im->pix_type != lum_fmt_32f) return bad_format;
-    if (!span_in_buffer(*im, int64_t(im->width) * 4, im->height, im->step_bytes)) return beyond_image;
-    return map_status(prim::ln_32f_c1ir(static_cast<float*>(im->frame_buf), step_of(*im), size_of(*im)));
+    if (!whole_fits(*im)) return beyond_image;
+    return map_status(prim::ln_32f(static_cast<float*>(im->frame_buf), step_of(*im), size_of(*im)));
 }
 
 }  // namespace

@@ -29,8 +29,8 @@ int8_t look_up(img* src, img* dst, const void* table) {
         out_channels = src->channels;
     }
     const int sample = bytes_per_sample(format);
-    if (!span_in_buffer(*src, int64_t(src->width) * src->channels * sample, src->height, src->step_bytes) ||
-        !span_in_buffer(*dst, int64_t(src->width) * out_channels * sample, src->height, dst->step_bytes))
+    if (!span_fits(*src, 0, src->height, src->step_bytes, int64_t(src->width) * src->channels * sample) ||
+        !span_fits(*dst, 0, src->height, dst->step_bytes, int64_t(src->width) * out_channels * sample))
         return beyond_image;
 
     const int bits = static_cast<int>(src->valid_bits);

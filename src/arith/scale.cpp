@@ -10,9 +10,7 @@ namespace {
 
 // A region of w samples × h rows starting at pixel (x, y) stays in the buffer.
 bool samples_fit(const img& im, int64_t x, int64_t y, int64_t w, int64_t h) {
-    const int64_t start = y * int64_t(im.step_bytes) + x * bytes_per_pixel(im);
-    return start + (h - 1) * int64_t(im.step_bytes) + w * bytes_per_sample(im.pix_type) <=
-           int64_t(im.step_bytes) * im.height;
+    return span_fits(im, y * im.step_bytes + x * bytes_per_pixel(im), h, im.step_bytes, w * bytes_per_sample(im.pix_type));
 }
 
 bool scalable(int format) { return format == lum_fmt_8u || format == lum_fmt_16u || format == lum_fmt_32f; }

@@ -18,7 +18,7 @@ int8_t shift_in_place(img* im, uint32_t count, const lum_rect* rect, direction d
     if (dir == direction::right && im->valid_bits - count > im->valid_bits) return bad_valid_bits;
     if (im->channels != lum_gray) return bad_format;
     if (im->pix_type != lum_fmt_8u && im->pix_type != lum_fmt_16u) return bad_format;
-    if (!region_in_buffer(*im, r.x, r.y, r.width, r.height, im->step_bytes)) return beyond_image;
+    if (!region_fits(*im, r.x, r.y, r.width, r.height)) return beyond_image;
     const int step = step_of(*im);
     const prim::Size z = size_of(r);
     if (im->pix_type == lum_fmt_8u) {
@@ -48,8 +48,8 @@ int8_t shift_into(img* src, lum_point so, img* dst, lum_point dp, lum_size size,
     const int from = src->pix_type, to = dst->pix_type;
     const bool integer_pair = (from == lum_fmt_8u || from == lum_fmt_16u) && (to == lum_fmt_8u || to == lum_fmt_16u);
     if (!integer_pair) return bad_format;
-    if (!region_in_buffer(*src, so.x, so.y, size.width, size.height, src->step_bytes) ||
-        !region_in_buffer(*dst, dp.x, dp.y, size.width, size.height, dst->step_bytes))
+    if (!region_fits(*src, so.x, so.y, size.width, size.height) ||
+        !region_fits(*dst, dp.x, dp.y, size.width, size.height))
         return beyond_image;
 
     const prim::Size z{size.width, size.height};

@@ -22,7 +22,7 @@ int8_t color_to_gray(const img* src, img* dst) {
     if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
     // The destination's size and format are the caller's promise; only its buffer bounds are enforced.
     const int bytes = bytes_per_sample(format);
-    if (!whole_in_buffer(*src) || !rows_fit(*dst, 0, src->height, dst->step_bytes, int64_t(src->width) * bytes))
+    if (!whole_fits(*src) || !span_fits(*dst, 0, src->height, dst->step_bytes, int64_t(src->width) * bytes))
         return beyond_image;
     if (format == lum_fmt_8u)
         return map_status(prim::color_to_gray_8u_c3c1r(pixel_at<const uint8_t>(*src, 0, 0), step_of(*src),
@@ -38,7 +38,7 @@ int8_t gray_to_color(const img* src, img* dst) {
     if (src->channels != lum_gray || src->pix_type != lum_fmt_8u) return bad_format;
     LUM_CHECK(require_initialised(dst));
     if (dst->channels != lum_color || dst->pix_type != lum_fmt_8u) return bad_format;
-    if (!whole_in_buffer(*src) || !rows_fit(*dst, 0, src->height, dst->step_bytes, 3 * int64_t(src->width)))
+    if (!whole_fits(*src) || !span_fits(*dst, 0, src->height, dst->step_bytes, 3 * int64_t(src->width)))
         return beyond_image;
     return map_status(prim::gray_to_color_8u_c1c3r(pixel_at<const uint8_t>(*src, 0, 0), step_of(*src),
                                                    pixel_at<uint8_t>(*dst, 0, 0), step_of(*dst), size_of(*src)));
@@ -55,7 +55,7 @@ int8_t clamp_to_valid_bits(uint16_t* buffer, int step, prim::Size size, uint32_t
 int8_t twist_in_place(img* image, const float* matrix) {
     LUM_CHECK(require_initialised(image));
     if (image->channels != lum_color) return bad_format;
-    if ((image->pix_type == lum_fmt_8u || image->pix_type == lum_fmt_16u) && !whole_in_buffer(*image))
+    if ((image->pix_type == lum_fmt_8u || image->pix_type == lum_fmt_16u) && !whole_fits(*image))
         return beyond_image;
     if (image->pix_type == lum_fmt_8u)
         return map_status(
@@ -77,8 +77,8 @@ int8_t twist(const img* src, img* dst, const float* matrix) {
     const int32_t format = src->pix_type;
     if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
     const int step = step_of(*src);
-    if (!whole_in_buffer(*src) ||
-        !rows_fit(*dst, 0, src->height, step, 3 * int64_t(src->width) * bytes_per_sample(format)))
+    if (!whole_fits(*src) ||
+        !span_fits(*dst, 0, src->height, step, 3 * int64_t(src->width) * bytes_per_sample(format)))
         return beyond_image;
     if (format == lum_fmt_8u)
         return map_status(prim::color_twist_8u_c3r(pixel_at<const uint8_t>(*src, 0, 0), step,

@@ -37,8 +37,8 @@ int8_t copy_rect(const img* src, lum_point so, img* dst, lum_point dp, lum_size 
     if (src->channels != dst->channels || src->pix_type != dst->pix_type) return mismatch;
     if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
     if (bytes_per_sample(src->pix_type) != 0 &&
-        (!region_in_buffer(*src, so.x, so.y, size.width, size.height, src->step_bytes) ||
-         !region_in_buffer(*dst, dp.x, dp.y, size.width, size.height, dst->step_bytes)))
+        (!region_fits(*src, so.x, so.y, size.width, size.height) ||
+         !region_fits(*dst, dp.x, dp.y, size.width, size.height)))
         return beyond_image;
     const bool one = src->channels == lum_gray;
     switch (src->pix_type) {
@@ -74,8 +74,8 @@ int8_t gray_into_channel(const img* grey, img* colour, int32_t channel) {
     if (colour->channels != lum_color || colour->pix_type != lum_fmt_8u) return bad_format;
     if (static_cast<uint32_t>(channel) > 2u) return out_of_range;
     // Sizes are not compared; the grey image's extent must still land inside the colour buffer.
-    if (!whole_in_buffer(*grey) ||
-        !rows_fit(*colour, channel, grey->height, colour->step_bytes, 3 * int64_t(grey->width) - 2))
+    if (!whole_fits(*grey) ||
+        !span_fits(*colour, channel, grey->height, colour->step_bytes, 3 * int64_t(grey->width) - 2))
         return beyond_image;
     return map_status(prim::copy_8u_c1c3r(pixel_at<const uint8_t>(*grey, 0, 0), step_of(*grey),
                                           pixel_at<uint8_t>(*colour, 0, 0) + channel, step_of(*colour),
@@ -92,7 +92,7 @@ int8_t check_plane(const img* plane, int32_t format) {
 bool planes_fit(const img* const (&planes)[3], const img& colour) {
     const int64_t row_bytes = int64_t(colour.width) * bytes_per_sample(colour.pix_type);
     for (const img* p : planes)
-        if (!rows_fit(*p, 0, colour.height, planes[0]->step_bytes, row_bytes)) return false;
+        if (!span_fits(*p, 0, colour.height, planes[0]->step_bytes, row_bytes)) return false;
     return true;
 }
 
@@ -102,7 +102,7 @@ int8_t split(const img* colour, img* p0, img* p1, img* p2) {
     const int32_t format = colour->pix_type;
     if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
     for (const img* p : {p0, p1, p2}) LUM_CHECK(check_plane(p, format));
-    if (!planes_fit({p0, p1, p2}, *colour) || !whole_in_buffer(*colour)) return beyond_image;
+    if (!planes_fit({p0, p1, p2}, *colour) || !whole_fits(*colour)) return beyond_image;
     const int step = step_of(*p0);
     if (format == lum_fmt_8u) {
         uint8_t* const planes[3] = {pixel_at<uint8_t>(*p0, 0, 0), pixel_at<uint8_t>(*p1, 0, 0),
@@ -122,7 +122,7 @@ int8_t merge(const img* p0, const img* p1, const img* p2, img* colour) {
     const int32_t format = colour->pix_type;
     if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
     for (const img* p : {p0, p1, p2}) LUM_CHECK(check_plane(p, format));
-    if (!planes_fit({p0, p1, p2}, *colour) || !whole_in_buffer(*colour)) return beyond_image;
+    if (!planes_fit({p0, p1, p2}, *colour) || !whole_fits(*colour)) return beyond_image;
     const int step = step_of(*p0);
     if (format == lum_fmt_8u) {
         const uint8_t* const planes[3] = {pixel_at<const uint8_t>(*p0, 0, 0), pixel_at<const uint8_t>(*p1, 0, 0),
@@ -139,7 +139,7 @@ int8_t merge(const img* p0, const img* p1, const img* p2, img* colour) {
 int8_t swap_channels(img* image, const int32_t* order) {
     LUM_CHECK(require_initialised(image));
     if (image->channels != lum_color || image->pix_type != lum_fmt_8u) return bad_format;
-    if (!whole_in_buffer(*image)) return beyond_image;
+    if (!whole_fits(*image)) return beyond_image;
     return map_status(prim::swap_channels_8u_c3ir(pixel_at<uint8_t>(*image, 0, 0), step_of(*image), size_of(*image), order));
 }
 

@@ -98,7 +98,7 @@ int8_t computer_color_bc(const img* src, img* dst, const lum_rect* rect, const u
     if (r.width != dst->width || r.height != dst->height) return beyond_image;
     if (dst->pix_type != lum_fmt_8u || dst->channels != lum_color) return bad_format;
     if ((src->pix_type == lum_fmt_8u || src->pix_type == lum_fmt_16u) &&
-        (!region_in_buffer(*src, r.x, r.y, r.width, r.height, src->step_bytes) || !whole_in_buffer(*dst)))
+        (!region_fits(*src, r.x, r.y, r.width, r.height) || !whole_fits(*dst)))
         return beyond_image;
     if (src->pix_type == lum_fmt_8u) {
         render_8u(*src, r, *dst, palette, contrast, double(brightness));

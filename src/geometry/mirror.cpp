@@ -18,7 +18,7 @@ int8_t mirror(img* image, int32_t axis, const lum_rect* rect) {
     const lum_rect r = *rect;
     const bool one = image->channels == lum_gray;
     if (!one && image->channels != lum_color) return bad_format;
-    if (bytes_per_sample(image->pix_type) != 0 && !region_in_buffer(*image, r.x, r.y, r.width, r.height, image->step_bytes))
+    if (bytes_per_sample(image->pix_type) != 0 && !region_fits(*image, r.x, r.y, r.width, r.height))
         return beyond_image;
     switch (image->pix_type) {
         case lum_fmt_8u:

@@ -99,8 +99,8 @@ int8_t resize(const img* src, lum_point so, lum_size ss, img* dst, lum_point dp,
     LUM_CHECK(check_rectangle(dst, dp, ds));
     if (src->channels != dst->channels || src->pix_type != dst->pix_type) return mismatch;
     if (bytes_per_sample(src->pix_type) != 0 &&
-        (!region_in_buffer(*src, so.x, so.y, ss.width, ss.height, src->step_bytes) ||
-         !region_in_buffer(*dst, dp.x, dp.y, ds.width, ds.height, dst->step_bytes)))
+        (!region_fits(*src, so.x, so.y, ss.width, ss.height) ||
+         !region_fits(*dst, dp.x, dp.y, ds.width, ds.height)))
         return beyond_image;
     if (ss.width == ds.width && ss.height == ds.height) return copy_rect(src, so, dst, dp, ss);
     // Too few source pixels for the wider kernels' neighbourhoods.

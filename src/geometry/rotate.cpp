@@ -23,7 +23,7 @@ int8_t rotate_with(const img& src, img& dst, double angle, double x_shift, doubl
                    int data_type, int channels, const Clear& clear, const WarpKernel<T>& nearest,
                    const WarpKernel<T>& linear) {
     // Both images are walked whole with their own steps.
-    if (!whole_in_buffer(src) || !whole_in_buffer(dst)) return beyond_image;
+    if (!whole_fits(src) || !whole_fits(dst)) return beyond_image;
     double matrix[6];
     if (failed(prim::rotate_transform(angle, x_shift, y_shift, matrix))) return primitive_failed;
     if (failed(clear(pixel_at<T>(dst, 0, 0), step_of(dst), size_of(dst)))) return primitive_failed;

@@ -10,6 +10,7 @@
 #include "image/buffer.hpp"
 #include "image/image.hpp"
 #include "image/registry.hpp"
+#include "image/sample_type.hpp"
 #include "primitives/primitive.hpp"
 
 #define LUM_CHECK(expr)                                           \
@@ -73,14 +74,6 @@ inline int step_of(const img& image) { return static_cast<int>(image.step_bytes)
 template <class T>
 T* pixel_at(const img& image, int32_t x, int32_t y) {
     return static_cast<T*>(image.get_ptr_at_position({x, y}));
-}
-
-// True when a region of w × h pixels at (x, y), read with `step` bytes per
-// row, stays inside the rows × step bytes of the image's buffer.
-inline bool region_in_buffer(const img& image, int64_t x, int64_t y, int64_t w, int64_t h, int64_t step) {
-    if (x < 0 || y < 0 || w <= 0 || h <= 0 || step < 0) return false;
-    const int64_t end = (y + h - 1) * step + (x + w) * bytes_per_pixel(image);
-    return end <= static_cast<int64_t>(image.step_bytes) * image.height;
 }
 
 // Scratch memory from the aligned allocator, released on every path.

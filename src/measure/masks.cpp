@@ -205,7 +205,7 @@ int8_t generate(img* mask, lum_point origin, uint32_t shape, const lum_point* po
     LUM_CHECK(require_initialised(mask));
     if (mask->channels != lum_gray || mask->pix_type != lum_fmt_8u) return bad_format;
     if (mask->width > 0 && mask->height > 0 &&
-        !region_in_buffer(*mask, 0, 0, mask->width, mask->height, mask->step_bytes))
+        !region_fits(*mask, 0, 0, mask->width, mask->height))
         return beyond_image;
     painter v(*mask, origin);
     const int8_t status = draw(v, shape, points, count);
@@ -225,8 +225,8 @@ int8_t check_masked(const img* image, int32_t x, int32_t y, const img* mask) {
     if (int64_t{x} + mask->width > image->width || int64_t{y} + mask->height > image->height) return beyond_image;
     if (image->channels != lum_gray) return bad_format;
     if (image->pix_type != lum_fmt_8u && image->pix_type != lum_fmt_16u) return bad_format;
-    if (!region_in_buffer(*image, x, y, mask->width, mask->height, image->step_bytes) ||
-        !region_in_buffer(*mask, 0, 0, mask->width, mask->height, mask->step_bytes))
+    if (!region_fits(*image, x, y, mask->width, mask->height) ||
+        !region_fits(*mask, 0, 0, mask->width, mask->height))
         return beyond_image;
     return ok;
 }

@@ -108,7 +108,7 @@ int8_t fast_profile(const img& image, const Segment& s, uint32_t thickness, T* o
 
 int8_t check_common(const img* image, const Segment& s, uint32_t thickness, const void* out, const uint32_t* count) {
     if (!out || !count || thickness == 0 || s.length == 0 || s.length > *count) return out_of_range;
-    return whole_in_buffer(*image) ? ok : beyond_image;
+    return whole_fits(*image) ? ok : beyond_image;
 }
 
 int8_t get_fast_profile(const img* image, lum_point a, lum_point b, uint32_t thickness, void* out, uint32_t* count) {

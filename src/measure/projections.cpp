@@ -27,12 +27,12 @@ int8_t check_destination(const img& frame, const img* dst, uint32_t index, uint3
             LUM_CHECK(require_initialised(dst));
             if (count < 1 || frame.height < 1) return out_of_range;
             if (count > static_cast<uint32_t>(dst->width) || frame.height > dst->height) return beyond_image;
-            return region_in_buffer(*dst, index, 0, 1, frame.height, dst->step_bytes) ? ok : beyond_image;
+            return region_fits(*dst, index, 0, 1, frame.height) ? ok : beyond_image;
         case per_column:
             LUM_CHECK(require_initialised(dst));
             if (frame.width < 1 || count < 1) return out_of_range;
             if (frame.width > dst->width || count > static_cast<uint32_t>(dst->height)) return beyond_image;
-            return region_in_buffer(*dst, 0, index, frame.width, 1, dst->step_bytes) ? ok : beyond_image;
+            return region_fits(*dst, 0, index, frame.width, 1) ? ok : beyond_image;
         default:
             return out_of_range;
     }

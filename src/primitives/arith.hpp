@@ -1,84 +1,47 @@
-// Element-wise kernels of two regions: saturating add and subtract, absolute
-// difference, bitwise logic and division, into a third region or in place.
-// Integer kernels that can overflow take a scale factor s last: the exact
-// result is multiplied by 2^-s (rounded to nearest, halves to even) and then
-// saturated. Subtraction and division follow one rule: the first region is the
-// subtrahend / divisor, the second the minuend / dividend.
+// Element-wise kernels: two regions into a third (or in place), a region with
+// a constant per channel, in-place division, accumulation into float and the
+// in-place logarithm. Regions count samples: a three-channel row of w pixels
+// is 3 × w samples, and the bitwise operations count bytes whatever the sample
+// type. Integer results saturate to the sample type's range.
 #pragma once
 
 #include "primitives/primitive.hpp"
 
 namespace lum::prim {
 
-#define LUM_ARITH_TWO(name, T, ...)                                                                        \
-    LUM_PRIMITIVE(name, int(const T* src1, int src1_step, const T* src2, int src2_step, T* dst, int dst_step, \
-                            Size size __VA_OPT__(, ) __VA_ARGS__))
-#define LUM_ARITH_INPLACE(name, T, ...) \
-    LUM_PRIMITIVE(name, int(const T* src, int src_step, T* src_dst, int src_dst_step, Size size __VA_OPT__(, ) __VA_ARGS__))
+// What an element-wise kernel computes from samples a and b (or a sample a
+// and a constant b).
+namespace op {
+struct add;       // a + b
+struct sub;       // a − b (at least 0 for integers)
+struct rsub;      // b − a (at least 0 for integers)
+struct abs_diff;  // |a − b|
+struct min;       // the smaller of a and b
+struct max;       // the larger
+struct bit_and;   // on bytes
+struct bit_or;
+struct bit_xor;
+}  // namespace op
 
-// dst = src1 + src2
-LUM_ARITH_TWO(add_8u_c1rsfs, uint8_t, int scale)
-LUM_ARITH_TWO(add_8u_c3rsfs, uint8_t, int scale)
-LUM_ARITH_TWO(add_16u_c1rsfs, uint16_t, int scale)
-LUM_ARITH_TWO(add_16u_c3rsfs, uint16_t, int scale)
-LUM_ARITH_TWO(add_32f_c1r, float)
-LUM_ARITH_TWO(add_32f_c3r, float)
-// dst = src2 − src1
-LUM_ARITH_TWO(sub_8u_c1rsfs, uint8_t, int scale)
-LUM_ARITH_TWO(sub_8u_c3rsfs, uint8_t, int scale)
-LUM_ARITH_TWO(sub_16u_c1rsfs, uint16_t, int scale)
-LUM_ARITH_TWO(sub_16u_c3rsfs, uint16_t, int scale)
-LUM_ARITH_TWO(sub_32f_c1r, float)
-LUM_ARITH_TWO(sub_32f_c3r, float)
-// dst = |src1 − src2|
-LUM_ARITH_TWO(absdiff_8u_c1r, uint8_t)
-LUM_ARITH_TWO(absdiff_8u_c3r, uint8_t)
-LUM_ARITH_TWO(absdiff_16u_c1r, uint16_t)
+// d = op(a, b). d may be a or b.
+LUM_KERNEL(binary, (class T, class Op), (T, Op),
+           int(const T* a, int a_step, const T* b, int b_step, T* d, int d_step, Size size))
 
-// src_dst = src_dst + src
-LUM_ARITH_INPLACE(add_8u_c1irsfs, uint8_t, int scale)
-LUM_ARITH_INPLACE(add_8u_c3irsfs, uint8_t, int scale)
-LUM_ARITH_INPLACE(add_16u_c1irsfs, uint16_t, int scale)
-LUM_ARITH_INPLACE(add_16u_c3irsfs, uint16_t, int scale)
-LUM_ARITH_INPLACE(add_32f_c1ir, float)
-LUM_ARITH_INPLACE(add_32f_c3ir, float)
-// src_dst (float) = src_dst + src (16-bit samples converted to float)
-LUM_PRIMITIVE(add_16u32f_c1ir, int(const uint16_t* src, int src_step, float* src_dst, int src_dst_step, Size size))
-// src_dst = src_dst − src
-LUM_ARITH_INPLACE(sub_8u_c1irsfs, uint8_t, int scale)
-LUM_ARITH_INPLACE(sub_8u_c3irsfs, uint8_t, int scale)
-LUM_ARITH_INPLACE(sub_16u_c1irsfs, uint16_t, int scale)
-LUM_ARITH_INPLACE(sub_16u_c3irsfs, uint16_t, int scale)
-LUM_ARITH_INPLACE(sub_32f_c1ir, float)
-LUM_ARITH_INPLACE(sub_32f_c3ir, float)
-// src_dst = src_dst op src, bit by bit
-LUM_ARITH_INPLACE(and_8u_c1ir, uint8_t)
-LUM_ARITH_INPLACE(and_8u_c3ir, uint8_t)
-LUM_ARITH_INPLACE(and_16u_c1ir, uint16_t)
-LUM_ARITH_INPLACE(and_16u_c3ir, uint16_t)
-LUM_ARITH_INPLACE(or_8u_c1ir, uint8_t)
-LUM_ARITH_INPLACE(or_8u_c3ir, uint8_t)
-LUM_ARITH_INPLACE(or_16u_c1ir, uint16_t)
-LUM_ARITH_INPLACE(or_16u_c3ir, uint16_t)
-LUM_ARITH_INPLACE(xor_8u_c1ir, uint8_t)
-LUM_ARITH_INPLACE(xor_8u_c3ir, uint8_t)
-LUM_ARITH_INPLACE(xor_16u_c1ir, uint16_t)
-LUM_ARITH_INPLACE(xor_16u_c3ir, uint16_t)
-// src_dst = src_dst / src. Integer quotients are rounded to nearest (halves to
-// even) and saturated; x / 0 gives the type's maximum for x > 0 and 0 for
+// d = op(s, value of the sample's channel); `values` holds `channels` (1 or 3)
+// constants in channel order. d may be s.
+LUM_KERNEL(constant, (class T, class Op), (T, Op),
+           int(const T* s, int s_step, T* d, int d_step, Size size, const T* values, int channels))
+
+// In place: d = d / divisor. Integer quotients are rounded to nearest (halves
+// to even) and saturated; x / 0 gives the type's maximum for x > 0 and 0 for
 // x = 0. Float division is IEEE. A zero divisor gives the warning st_div_zero.
-LUM_ARITH_INPLACE(div_8u_c1irsfs, uint8_t, int scale)
-LUM_ARITH_INPLACE(div_8u_c3irsfs, uint8_t, int scale)
-LUM_ARITH_INPLACE(div_16u_c1irsfs, uint16_t, int scale)
-LUM_ARITH_INPLACE(div_16u_c3irsfs, uint16_t, int scale)
-LUM_ARITH_INPLACE(div_32f_c1ir, float)
-LUM_ARITH_INPLACE(div_32f_c3ir, float)
+LUM_KERNEL(divide, (class T), (T), int(const T* divisor, int divisor_step, T* d, int d_step, Size size))
 
-// In place natural logarithm; ln 0 = −inf and ln of a negative sample is NaN,
-// either giving the warning st_domain.
-LUM_PRIMITIVE(ln_32f_c1ir, int(float* src_dst, int step, Size size))
+// acc = s (replace != 0) or acc = acc + s, samples converted to float.
+LUM_KERNEL(accumulate, (class S), (S), int(const S* s, int s_step, float* acc, int acc_step, Size size, int replace))
 
-#undef LUM_ARITH_TWO
-#undef LUM_ARITH_INPLACE
+// In place natural logarithm; ln 0 = −inf and ln of a negative sample or NaN
+// is NaN, either giving the warning st_domain.
+LUM_PRIMITIVE_ANY(ln_32f, int(float* src_dst, int step, Size size))
 
 }  // namespace lum::prim

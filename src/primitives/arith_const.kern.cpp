@@ -11,9 +11,6 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
-template <class T>
-constexpr int64_t max_value() { return (int64_t(1) << (8 * sizeof(T))) - 1; }
-
 // A block of the three per-channel constants repeated: a multiple of 3 and of
 // every vector width, so a row is walked in whole blocks plus a tail.
 constexpr int kBlock = 3 * 256;
@@ -39,61 +36,6 @@ void over_rows(T* base, int step, Size z, int channels, const Pattern<C>& pat, O
         for (; x + kBlock <= n; x += kBlock) op(row + x, pat.v, kBlock);
         if (x < n) op(row + x, pat.v, n - x);
     }
-}
-
-// Exact value × 2^-s rounded to nearest (halves to even), saturated.
-template <class T>
-T scaled(int64_t v, int s) {
-    if (s > 0) {
-        if (s > 62) {
-            v = 0;
-        } else {
-            const int64_t q = v >> s, r = v - (q << s), half = int64_t(1) << (s - 1);
-            v = q + ((r > half || (r == half && (q & 1))) ? 1 : 0);
-        }
-    } else if (s < 0) {
-        v = (v == 0 || -s > 40) ? (v > 0 ? max_value<T>() + 1 : 0) : v * (int64_t(1) << -s);
-    }
-    return static_cast<T>(v < 0 ? 0 : v > max_value<T>() ? max_value<T>() : v);
-}
-
-template <class T>
-int add_c(T* p, int step, Size z, int ch, const Pattern<T>& pat, int scale) {
-    if (scale != 0) {
-        over_rows(p, step, z, ch, pat, [scale](T* o, const T* c, int n) {
-            for (int x = 0; x < n; ++x) o[x] = scaled<T>(int64_t(o[x]) + c[x], scale);
-        });
-        return st_ok;
-    }
-    over_rows(p, step, z, ch, pat, [](T* __restrict o, const T* __restrict c, int n) {
-        for (int x = 0; x < n; ++x) {
-            const unsigned v = unsigned(o[x]) + unsigned(c[x]);
-            o[x] = static_cast<T>(v > unsigned(max_value<T>()) ? unsigned(max_value<T>()) : v);
-        }
-    });
-    return st_ok;
-}
-
-template <class T>
-int sub_c(const T* src, int src_step, T* dst, int dst_step, Size z, int ch, const Pattern<T>& pat, int scale) {
-    const int n = z.width * ch;
-    for (int y = 0; y < z.height; ++y) {
-        const T* __restrict s = row_at(src, src_step, y);
-        T* __restrict d = row_at(dst, dst_step, y);
-        for (int x0 = 0; x0 < n; x0 += kBlock) {
-            const int m = n - x0 < kBlock ? n - x0 : kBlock;
-            const T* __restrict c = pat.v;
-            if (scale != 0) {
-                for (int x = 0; x < m; ++x) d[x0 + x] = scaled<T>(int64_t(s[x0 + x]) - c[x], scale);
-            } else {
-                for (int x = 0; x < m; ++x) {
-                    const T a = s[x0 + x];
-                    d[x0 + x] = static_cast<T>((a > c[x] ? a : c[x]) - c[x]);
-                }
-            }
-        }
-    }
-    return st_ok;
 }
 
 // Integer product rounded by adding and removing 1.5 × 2^52 after clamping
@@ -131,63 +73,6 @@ int checked(const void* p, const void* value, Size z) {
 }
 
 }  // namespace
-
-int add_c_8u_c1irsfs(uint8_t* p, int step, Size z, uint8_t v, int s) {
-    if (const int e = checked(p, &v, z)) return e;
-    return add_c(p, step, z, 1, Pattern<uint8_t>(v), s);
-}
-int add_c_8u_c3irsfs(uint8_t* p, int step, Size z, const uint8_t* v, int s) {
-    if (const int e = checked(p, v, z)) return e;
-    return add_c(p, step, z, 3, Pattern<uint8_t>(v), s);
-}
-int add_c_16u_c1irsfs(uint16_t* p, int step, Size z, uint16_t v, int s) {
-    if (const int e = checked(p, &v, z)) return e;
-    return add_c(p, step, z, 1, Pattern<uint16_t>(v), s);
-}
-int add_c_16u_c3irsfs(uint16_t* p, int step, Size z, const uint16_t* v, int s) {
-    if (const int e = checked(p, v, z)) return e;
-    return add_c(p, step, z, 3, Pattern<uint16_t>(v), s);
-}
-
-int sub_c_8u_c1rsfs(const uint8_t* src, int ss, uint8_t* dst, int ds, Size z, uint8_t v, int s) {
-    if (!src) return st_null;
-    if (const int e = checked(dst, &v, z)) return e;
-    return sub_c(src, ss, dst, ds, z, 1, Pattern<uint8_t>(v), s);
-}
-int sub_c_8u_c3rsfs(const uint8_t* src, int ss, uint8_t* dst, int ds, Size z, const uint8_t* v, int s) {
-    if (!src) return st_null;
-    if (const int e = checked(dst, v, z)) return e;
-    return sub_c(src, ss, dst, ds, z, 3, Pattern<uint8_t>(v), s);
-}
-int sub_c_16u_c1rsfs(const uint16_t* src, int ss, uint16_t* dst, int ds, Size z, uint16_t v, int s) {
-    if (!src) return st_null;
-    if (const int e = checked(dst, &v, z)) return e;
-    return sub_c(src, ss, dst, ds, z, 1, Pattern<uint16_t>(v), s);
-}
-int sub_c_16u_c3rsfs(const uint16_t* src, int ss, uint16_t* dst, int ds, Size z, const uint16_t* v, int s) {
-    if (!src) return st_null;
-    if (const int e = checked(dst, v, z)) return e;
-    return sub_c(src, ss, dst, ds, z, 3, Pattern<uint16_t>(v), s);
-}
-
-namespace {
-template <class T>
-int rsub_c(const T* src, int src_step, T* dst, int dst_step, Size z, T value) {
-    if (!src || !dst) return st_null;
-    if (empty_region(z)) return st_size;
-    for (int y = 0; y < z.height; ++y) {
-        const T* __restrict s = row_at(src, src_step, y);
-        T* __restrict d = row_at(dst, dst_step, y);
-        for (int x = 0; x < z.width; ++x) d[x] = static_cast<T>((value > s[x] ? value : s[x]) - s[x]);
-    }
-    return st_ok;
-}
-}  // namespace
-
-int rsub_c_8u_c1r(const uint8_t* s, int ss, uint8_t* d, int ds, Size z, uint8_t v) { return rsub_c(s, ss, d, ds, z, v); }
-int rsub_c_16u_c1r(const uint16_t* s, int ss, uint16_t* d, int ds, Size z, uint16_t v) {
-    return rsub_c(s, ss, d, ds, z, v);
-}
 
 // 8-bit samples have 256 values per channel, so a product can be checked
 // for every sample value beforehand. The pixel loop runs in single precision

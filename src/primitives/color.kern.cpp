@@ -8,17 +8,6 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
-// Round half to even and saturate to [0, top]: adding 1.5 * 2^23 leaves the
-// rounded value in the float's integer bits, and the clamps are made on that
-// sum so that every level turns them into vector selects (NaN becomes 0).
-inline int saturate_round(float v, float top) {
-    constexpr float magic = 12582912.0f;
-    float w = v + magic;
-    w = w > magic ? w : magic;
-    w = w < magic + top ? w : magic + top;
-    return static_cast<int>(w) - 12582912;
-}
-
 template <class T>
 constexpr float top_of() {
     return sizeof(T) == 1 ? 255.0f : 65535.0f;

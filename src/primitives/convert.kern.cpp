@@ -34,7 +34,6 @@ int narrow_16u8u(const uint16_t* src, int src_step, uint8_t* dst, int dst_step, 
 
 // Adding and removing 1.5 × 2^23 leaves a float in 0..2^22 rounded to an
 // integer by the current (half-to-even) mode, in a form every level vectorizes.
-constexpr float kRoundMagic = 12582912.0f;
 
 }  // namespace
 

@@ -3,6 +3,13 @@
 // helpers here live inside it: code built for a wide level never leaks into
 // the baseline through a shared inline definition. Kernel files should avoid
 // std templates (std::min, std::clamp, ...) for the same reason.
+//
+// The element-wise kernels share one row loop per shape: two sources into a
+// destination (binary_row), one source into a destination of the same or
+// another sample type (unary_row), and one source with a constant per
+// channel (constant_row). The operation is a small functor on vectors of
+// the vector layer; the row's tail runs the same functor on a partial
+// vector, so every level computes every sample with one body.
 #pragma once
 
 #include <cstddef>
@@ -11,10 +18,15 @@
 #include <type_traits>
 
 #include "primitives/primitive.hpp"
+#include "primitives/simd.hpp"
 
 #ifndef LUM_ISA
 #error "kernel sources are compiled through lum_add_kernel_variants"
 #endif
+
+// Instantiates kernel template `name` (declared with LUM_KERNEL) for the
+// given arguments in this level.
+#define LUM_INSTANTIATE(name, ...) template name##_fn<__VA_ARGS__> name<__VA_ARGS__>;
 
 namespace lum::prim::LUM_ISA {
 
@@ -31,5 +43,131 @@ template <class T>
 inline T min_of(T a, T b) { return b < a ? b : a; }
 template <class T>
 inline T max_of(T a, T b) { return a < b ? b : a; }
+
+// Largest value of an unsigned sample type.
+template <class T>
+constexpr int64_t max_value() { return (int64_t(1) << (8 * sizeof(T))) - 1; }
+
+constexpr int64_t align64(int64_t n) { return (n + 63) & ~int64_t(63); }
+
+// Adding 1.5 × 2^23 to a float of magnitude below 2^22 leaves it rounded to
+// an integer (halves to even) in the low mantissa bits.
+constexpr float kRoundMagic = 12582912.0f;
+
+// Rounds half to even and saturates to [0, top] in scalar code (NaN gives 0);
+// the clamps act on the shifted sum, so every level makes them vector selects.
+inline int saturate_round(float v, float top) {
+    float w = v + kRoundMagic;
+    w = w > kRoundMagic ? w : kRoundMagic;
+    w = w < kRoundMagic + top ? w : kRoundMagic + top;
+    return static_cast<int>(w) - static_cast<int>(kRoundMagic);
+}
+
+// Unaligned scalar access, for samples of a caller's buffer at any address.
+template <class T>
+inline T load_one(const T* p) {
+    T v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+template <class T>
+inline void store_one(T* p, T v) {
+    std::memcpy(p, &v, sizeof v);
+}
+
+// ---- row loops
+
+// The widest of several sample types: a row loop steps by its lanes, and the
+// narrower types move part of a vector per step.
+template <class T, class... U>
+struct widest {
+    using type = T;
+};
+template <class T, class U, class... R>
+struct widest<T, U, R...> {
+    using type = typename widest<std::conditional_t<(sizeof(U) > sizeof(T)), U, T>, R...>::type;
+};
+
+// d[i] = op(a[i], b[i]) for i < n; op takes a vector of each source and
+// returns one of the destination, all of lanes<W> elements (W the widest
+// sample type unless given). d may be a or b (in place). The tail's unused
+// lanes hold 0; an op that also takes the count of valid lanes gets it there
+// (ops that gather flags over the lanes need it).
+template <class W = void, class A, class B, class D, class Op>
+inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op) {
+    using Wide = std::conditional_t<std::is_void_v<W>, typename widest<A, B, D>::type, W>;
+    using VA = simd::lanes_of<A, Wide>;
+    using VB = simd::lanes_of<B, Wide>;
+    constexpr int L = simd::lanes<Wide>;
+    int x = 0;
+    for (; x + 2 * L <= n; x += 2 * L) {
+        const auto r0 = op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
+        const auto r1 = op(simd::load_as<VA>(a + x + L), simd::load_as<VB>(b + x + L));
+        simd::store(d + x, r0);
+        simd::store(d + x + L, r1);
+    }
+    for (; x < n; x += L) {
+        const int k = n - x;
+        const VA va = simd::load_first<VA>(a + x, k);
+        const VB vb = simd::load_first<VB>(b + x, k);
+        if constexpr (std::is_invocable_v<Op, VA, VB, int>)
+            simd::store_first(d + x, op(va, vb, k), k);
+        else
+            simd::store_first(d + x, op(va, vb), k);
+    }
+}
+
+// d[i] = op(s[i]) for i < n, S and D of any widths (as binary_row).
+template <class W = void, class S, class D, class Op>
+inline void unary_row(const S* s, D* d, int n, const Op& op) {
+    using Wide = std::conditional_t<std::is_void_v<W>, typename widest<S, D>::type, W>;
+    using VS = simd::lanes_of<S, Wide>;
+    constexpr int L = simd::lanes<Wide>;
+    int x = 0;
+    for (; x + 2 * L <= n; x += 2 * L) {
+        const auto r0 = op(simd::load_as<VS>(s + x));
+        const auto r1 = op(simd::load_as<VS>(s + x + L));
+        simd::store(d + x, r0);
+        simd::store(d + x + L, r1);
+    }
+    for (; x < n; x += L) {
+        const int k = n - x;
+        const VS vs = simd::load_first<VS>(s + x, k);
+        if constexpr (std::is_invocable_v<Op, VS, int>)
+            simd::store_first(d + x, op(vs, k), k);
+        else
+            simd::store_first(d + x, op(vs), k);
+    }
+}
+
+// d[i] = op(s[i], k[i % 3 × lanes ...]): the constants of three interleaved
+// channels repeat every three vectors, so k holds three vectors that start
+// at channel 0, at the channel that follows one vector, and after two.
+template <class T, class Op>
+inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], const Op& op) {
+    constexpr int L = simd::lanes<T>;
+    int x = 0;
+    for (; x + 3 * L <= n; x += 3 * L) {
+        const auto r0 = op(simd::load(s + x), k[0]);
+        const auto r1 = op(simd::load(s + x + L), k[1]);
+        const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
+        simd::store(d + x, r0);
+        simd::store(d + x + L, r1);
+        simd::store(d + x + 2 * L, r2);
+    }
+    for (int j = 0; x < n; x += L, ++j) {
+        const int m = n - x;
+        simd::store_first(d + x, op(simd::load_first<simd::vec<T>>(s + x, m), k[j]), m);
+    }
+}
+
+// The three constant vectors of constant_row for per-channel values c[0..2]
+// (one channel: c[0] everywhere).
+template <class T>
+inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
+    constexpr int L = simd::lanes<T>;
+    for (int v = 0; v < 3; ++v)
+        for (int i = 0; i < L; ++i) k[v][i] = channels == 3 ? c[(v * L + i) % 3] : c[0];
+}
 
 }  // namespace lum::prim::LUM_ISA

@@ -22,7 +22,6 @@ int64_t ceil_pow2(int64_t v) {
     while (p < v) p <<= 1;
     return p;
 }
-int64_t align64(int64_t bytes) { return (bytes + 63) & ~int64_t{63}; }
 
 template <class T>
 constexpr T top_value() {

@@ -45,7 +45,7 @@ inline int compiled_level() {
     return compiled_level_for(index);
 }
 
-template <class Fn>
+template <class Fn, bool AlignedOnly = true>
 struct Dispatch;
 
 // Every typed pointer a kernel gets must sit on its type's alignment, and a
@@ -108,12 +108,13 @@ bool arguments_aligned(const Tuple& args, std::index_sequence<I...>) {
 
 }  // namespace detail
 
-template <class R, class... A>
-struct Dispatch<R(A...)> {
+// Kernels declared with LUM_KERNEL read and write at any address and skip the check.
+template <class R, bool AlignedOnly, class... A>
+struct Dispatch<R(A...), AlignedOnly> {
     R (*variants[3])(A...);
     R operator()(A... args) const {
         constexpr size_t at = detail::size_position<A...>();
-        if constexpr (at < sizeof...(A)) {
+        if constexpr (AlignedOnly && at < sizeof...(A)) {
             const std::tuple<A...> all(args...);
             const Size size = std::get<at>(all);
             // An empty region is the kernel's to refuse, with its own status.
@@ -128,17 +129,45 @@ struct Dispatch<R(A...)> {
 }  // namespace lum::prim
 
 // Declares primitive `name` of function type `...` in every level and the
-// dispatch entry lum::prim::name that calls the level chosen for this processor.
+// dispatch entry lum::prim::name that calls the level chosen for this
+// processor. LUM_PRIMITIVE_ANY declares one that reads and writes at any
+// address (no alignment check in front of it).
 #if defined(LUM_SINGLE_ISA)
-#define LUM_PRIMITIVE(name, ...)                                                     \
+#define LUM_PRIMITIVE_WITH(aligned_only, name, ...)                                  \
     using name##_fn = __VA_ARGS__;                                                   \
     namespace isa_base { name##_fn name; }                                           \
-    inline constexpr Dispatch<name##_fn> name{{&isa_base::name, &isa_base::name, &isa_base::name}};
+    inline constexpr Dispatch<name##_fn, aligned_only> name{{&isa_base::name, &isa_base::name, &isa_base::name}};
 #else
-#define LUM_PRIMITIVE(name, ...)                                                     \
+#define LUM_PRIMITIVE_WITH(aligned_only, name, ...)                                  \
     using name##_fn = __VA_ARGS__;                                                   \
     namespace isa_base { name##_fn name; }                                           \
     namespace isa_avx2 { name##_fn name; }                                           \
     namespace isa_avx512 { name##_fn name; }                                         \
-    inline constexpr Dispatch<name##_fn> name{{&isa_base::name, &isa_avx2::name, &isa_avx512::name}};
+    inline constexpr Dispatch<name##_fn, aligned_only> name{{&isa_base::name, &isa_avx2::name, &isa_avx512::name}};
+#endif
+#define LUM_PRIMITIVE(name, ...) LUM_PRIMITIVE_WITH(true, name, __VA_ARGS__)
+#define LUM_PRIMITIVE_ANY(name, ...) LUM_PRIMITIVE_WITH(false, name, __VA_ARGS__)
+
+// Declares kernel template `name` in every level and the dispatch entry
+// lum::prim::name<...>, a variable template over the same parameters:
+//   LUM_KERNEL(binary, (class T, class Op), (T, Op), int(const T* a, int a_step, ...))
+// The kernel file defines the template once and instantiates what the
+// operations use with LUM_INSTANTIATE(binary, uint8_t, op::add).
+#define LUM_UNPACK(...) __VA_ARGS__
+#if defined(LUM_SINGLE_ISA)
+#define LUM_KERNEL(name, params, args, ...)                                                        \
+    template <LUM_UNPACK params> using name##_fn = __VA_ARGS__;                                    \
+    namespace isa_base { template <LUM_UNPACK params> name##_fn<LUM_UNPACK args> name; }           \
+    template <LUM_UNPACK params>                                                                   \
+    inline constexpr Dispatch<name##_fn<LUM_UNPACK args>, false> name{                                    \
+        {&isa_base::name<LUM_UNPACK args>, &isa_base::name<LUM_UNPACK args>, &isa_base::name<LUM_UNPACK args>}};
+#else
+#define LUM_KERNEL(name, params, args, ...)                                                        \
+    template <LUM_UNPACK params> using name##_fn = __VA_ARGS__;                                    \
+    namespace isa_base { template <LUM_UNPACK params> name##_fn<LUM_UNPACK args> name; }           \
+    namespace isa_avx2 { template <LUM_UNPACK params> name##_fn<LUM_UNPACK args> name; }           \
+    namespace isa_avx512 { template <LUM_UNPACK params> name##_fn<LUM_UNPACK args> name; }         \
+    template <LUM_UNPACK params>                                                                   \
+    inline constexpr Dispatch<name##_fn<LUM_UNPACK args>, false> name{                                    \
+        {&isa_base::name<LUM_UNPACK args>, &isa_avx2::name<LUM_UNPACK args>, &isa_avx512::name<LUM_UNPACK args>}};
 #endif

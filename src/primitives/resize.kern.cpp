@@ -18,8 +18,6 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
-constexpr int64_t align64(int64_t n) { return (n + 63) & ~int64_t(63); }
-
 int taps_for(int interpolation) {
     return interpolation == resize_nearest ? 1 : interpolation == resize_lanczos ? 6 : 2;
 }
@@ -107,17 +105,6 @@ void lanczos_axis(int s, int d, int32_t* index, float* weight, double* scratch) 
 }
 
 // ---- kernels ----------------------------------------------------------------
-
-// Round half to even and saturate to [0, top]: adding 1.5 * 2^23 leaves the
-// rounded value in the float's integer bits, and the clamps are made on that
-// sum so that every level turns them into vector selects (NaN becomes 0).
-inline int saturate_round(float v, float top) {
-    constexpr float magic = 12582912.0f;
-    float w = v + magic;
-    w = w > magic ? w : magic;
-    w = w < magic + top ? w : magic + top;
-    return static_cast<int>(w) - 12582912;
-}
 
 int check_call(const void* src, void* dst, const void* spec, Offset offset, Size dst_size, int interpolation) {
     if (!src || !dst || !spec) return st_null;

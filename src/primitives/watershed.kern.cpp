@@ -23,7 +23,6 @@ uint64_t grid_cells(Size size) {
     return (static_cast<uint64_t>(size.width) + 2) * (static_cast<uint64_t>(size.height) + 2);
 }
 
-uint64_t align64(uint64_t n) { return (n + 63) & ~uint64_t{63}; }
 
 // Entries per queue block: large for 256 levels, small for 65536 levels so
 // that the partly filled blocks of many levels stay cheap.

@@ -71,8 +71,7 @@ int8_t check_region(const img* image, lum_point origin, lum_size size, bool firs
 
 // True when rows of `row_bytes` starting `x_bytes` into rows y.. y+h-1 stay in the buffer.
 bool rows_in_buffer(const img& image, int64_t x_bytes, int64_t y, int64_t row_bytes, int64_t h) {
-    const int64_t step = image.step_bytes;
-    return (y + h - 1) * step + x_bytes + row_bytes <= step * image.height;
+    return span_fits(image, y * image.step_bytes + x_bytes, h, image.step_bytes, row_bytes);
 }
 
 // A scratch 8-bit mask of the region; a failed allocation surfaces as the
@@ -176,7 +175,7 @@ int8_t binarize_inplace_float(float* p, int step, prim::Size size, float a, floa
 
 int8_t binarization_inplace(img* image, float a, float b, float c) {
     LUM_CHECK(check_region(image, {0, 0}, {image ? image->width : 0, image ? image->height : 0}, true));
-    if (!region_in_buffer(*image, 0, 0, image->width, image->height, image->step_bytes)) return beyond_image;
+    if (!region_fits(*image, 0, 0, image->width, image->height)) return beyond_image;
     const prim::Size size = size_of(*image);
     const int step = step_of(*image);
     switch (image->pix_type) {
@@ -200,7 +199,7 @@ int8_t clip(T* p, int step, prim::Size size, Bound low, Bound high, bool has_low
 
 int8_t clip_inplace(img* image, float low, float high) {
     LUM_CHECK(check_region(image, {0, 0}, {image ? image->width : 0, image ? image->height : 0}, true));
-    if (!region_in_buffer(*image, 0, 0, image->width, image->height, image->step_bytes)) return beyond_image;
+    if (!region_fits(*image, 0, 0, image->width, image->height)) return beyond_image;
     const bool has_low = !std::isnan(low), has_high = !std::isnan(high);
     if ((has_low || has_high) && static_cast<double>(low - high) > 1e-7) return out_of_range;
     const prim::Size size = size_of(*image);

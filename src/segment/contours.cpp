@@ -282,7 +282,7 @@ int8_t trace_image(const img& im, contour_set& set) {
     // sit on a sample; a borrowed one that does not is refused like the kernels do.
     if (reinterpret_cast<uintptr_t>(im.frame_buf) % bps != 0) return map_status(prim::st_misaligned);
     const int64_t pitch = static_cast<int64_t>(im.step_bytes) / bps;
-    if (im.width >= 2 && im.height >= 2 && !region_in_buffer(im, 0, 0, im.width, im.height, pitch * bps))
+    if (im.width >= 2 && im.height >= 2 && !span_fits(im, 0, im.height, pitch * bps, int64_t(im.width) * bps))
         return beyond_image;
     int status;
     if (bps == 1)

@@ -32,12 +32,6 @@ int8_t build_element(int32_t shape, int32_t width, int32_t height, uint8_t* elem
     }
 }
 
-// True when `rows` rows of `row_bytes` bytes from the image's first byte stay in its buffer.
-bool fits(const img& image, int64_t row_bytes, int64_t rows) {
-    const int64_t step = image.step_bytes;
-    return (rows - 1) * step + row_bytes <= step * image.height;
-}
-
 
 // Work-buffer query, allocation and run; the destination receives the
 // source's width and height with its own step.
@@ -50,7 +44,9 @@ int8_t run_kernel(const Kernel& kernel, int op, const img& source, img& destinat
     auto work = make_scratch<uint8_t>(work_bytes);
     if (!op_accepted) return out_of_range;
     const int64_t row_bytes = int64_t{source.width} * bytes_per_pixel(source);
-    if (!fits(source, row_bytes, source.height) || !fits(destination, row_bytes, source.height)) return beyond_image;
+    if (!span_fits(source, 0, source.height, source.step_bytes, row_bytes) ||
+        !span_fits(destination, 0, source.height, destination.step_bytes, row_bytes))
+        return beyond_image;
     return map_status(kernel(op, static_cast<const T*>(source.frame_buf), step_of(source),
                              static_cast<T*>(destination.frame_buf), step_of(destination), size_of(source), element,
                              element_size, work.get()));

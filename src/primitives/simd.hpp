@@ -1,0 +1,505 @@
+// The project's small vector layer: what the kernels need that the compiler
+// does not find by itself. One vector is the widest register of the level this
+// file is compiled for (16 bytes on the baseline, 32 with AVX2, 64 with
+// AVX-512BW); the level's macros pick the bodies, so a kernel written once
+// against these names compiles for every level. Most operations are GCC vector
+// extensions (+, <, ?:, __builtin_shufflevector, __builtin_convertvector), which
+// every level lowers well; intrinsics stand in where a level has a better
+// instruction (saturating arithmetic, masked tails, rounding conversions).
+//
+// Every access is unaligned and goes through memcpy or an unaligned intrinsic,
+// so a caller's buffer may start at any address. Partial loads and stores
+// touch exactly the lanes they are asked for: a row's tail never reads or
+// writes past the row.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+#ifndef LUM_ISA
+#error "the vector layer is compiled through lum_add_kernel_variants"
+#endif
+
+namespace lum::prim::LUM_ISA::simd {
+
+#if defined(__AVX512BW__)
+inline constexpr int kBytes = 64;
+#elif defined(__AVX2__)
+inline constexpr int kBytes = 32;
+#else
+inline constexpr int kBytes = 16;
+#endif
+
+// Lanes of T that fit in `Bytes` bytes, as a GCC vector.
+template <class T, int Bytes = kBytes>
+struct vector_of {
+    typedef T type __attribute__((vector_size(Bytes)));
+};
+template <class T, int Bytes = kBytes>
+using vec = typename vector_of<T, Bytes>::type;
+template <class T>
+inline constexpr int lanes = kBytes / static_cast<int>(sizeof(T));
+// The vector holding lanes<T> elements of U (half, a quarter or twice the width).
+template <class U, class T>
+using lanes_of = vec<U, static_cast<int>(sizeof(U)) * lanes<T>>;
+
+// The element type of a vector.
+template <class V>
+using element_t = std::remove_cvref_t<decltype(std::declval<V>()[0])>;
+
+// The integer type of T's width, for masks and bit patterns.
+template <class T>
+using bits_of = std::conditional_t<sizeof(T) == 1, int8_t,
+                std::conditional_t<sizeof(T) == 2, int16_t, std::conditional_t<sizeof(T) == 4, int32_t, int64_t>>>;
+
+// ---- loads and stores
+
+template <class V>
+inline V load_as(const void* p) {
+    V v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+template <class T>
+inline vec<T> load(const T* p) {
+    return load_as<vec<T>>(p);
+}
+template <class V>
+inline void store(void* p, V v) {
+    std::memcpy(p, &v, sizeof v);
+}
+template <class T>
+inline vec<T> splat(T value) {
+    return vec<T>{} + value;
+}
+
+#if defined(__AVX512BW__)
+inline __mmask64 first_lanes_mask(int n) { return _bzhi_u64(~0ull, static_cast<unsigned>(n)); }
+#endif
+
+// The first n elements (0 <= n <= lanes) of V from p; the other lanes are 0.
+template <class V>
+inline V load_first(const void* p, int n) {
+    constexpr int width = sizeof(V) / sizeof(V{}[0]);
+    if (n >= width) return load_as<V>(p);
+#if defined(__AVX512BW__)
+    constexpr int esize = sizeof(V{}[0]);
+    if constexpr (sizeof(V) == 64) {
+        if constexpr (esize == 1) return (V)_mm512_maskz_loadu_epi8(first_lanes_mask(n), p);
+        if constexpr (esize == 2) return (V)_mm512_maskz_loadu_epi16(static_cast<__mmask32>(first_lanes_mask(n)), p);
+        if constexpr (esize == 4) return (V)_mm512_maskz_loadu_epi32(static_cast<__mmask16>(first_lanes_mask(n)), p);
+        if constexpr (esize == 8) return (V)_mm512_maskz_loadu_epi64(static_cast<__mmask8>(first_lanes_mask(n)), p);
+    } else if constexpr (sizeof(V) == 32) {
+        if constexpr (esize == 1) return (V)_mm256_maskz_loadu_epi8(static_cast<__mmask32>(first_lanes_mask(n)), p);
+        if constexpr (esize == 2) return (V)_mm256_maskz_loadu_epi16(static_cast<__mmask16>(first_lanes_mask(n)), p);
+        if constexpr (esize == 4) return (V)_mm256_maskz_loadu_epi32(static_cast<__mmask8>(first_lanes_mask(n)), p);
+    } else if constexpr (sizeof(V) == 16) {
+        if constexpr (esize == 1) return (V)_mm_maskz_loadu_epi8(static_cast<__mmask16>(first_lanes_mask(n)), p);
+        if constexpr (esize == 2) return (V)_mm_maskz_loadu_epi16(static_cast<__mmask8>(first_lanes_mask(n)), p);
+    }
+#endif
+    V v{};
+    std::memcpy(&v, p, static_cast<size_t>(n) * sizeof(V{}[0]));
+    return v;
+}
+
+// Writes the first n elements (0 <= n <= lanes) of v to p and nothing else.
+template <class V>
+inline void store_first(void* p, V v, int n) {
+    constexpr int width = sizeof(V) / sizeof(V{}[0]);
+    if (n >= width) return store(p, v);
+#if defined(__AVX512BW__)
+    constexpr int esize = sizeof(V{}[0]);
+    if constexpr (sizeof(V) == 64) {
+        if constexpr (esize == 1) return _mm512_mask_storeu_epi8(p, first_lanes_mask(n), (__m512i)v);
+        if constexpr (esize == 2)
+            return _mm512_mask_storeu_epi16(p, static_cast<__mmask32>(first_lanes_mask(n)), (__m512i)v);
+        if constexpr (esize == 4)
+            return _mm512_mask_storeu_epi32(p, static_cast<__mmask16>(first_lanes_mask(n)), (__m512i)v);
+        if constexpr (esize == 8)
+            return _mm512_mask_storeu_epi64(p, static_cast<__mmask8>(first_lanes_mask(n)), (__m512i)v);
+    } else if constexpr (sizeof(V) == 32) {
+        if constexpr (esize == 1)
+            return _mm256_mask_storeu_epi8(p, static_cast<__mmask32>(first_lanes_mask(n)), (__m256i)v);
+        if constexpr (esize == 2)
+            return _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(first_lanes_mask(n)), (__m256i)v);
+        if constexpr (esize == 4)
+            return _mm256_mask_storeu_epi32(p, static_cast<__mmask8>(first_lanes_mask(n)), (__m256i)v);
+    } else if constexpr (sizeof(V) == 16) {
+        if constexpr (esize == 1)
+            return _mm_mask_storeu_epi8(p, static_cast<__mmask16>(first_lanes_mask(n)), (__m128i)v);
+        if constexpr (esize == 2)
+            return _mm_mask_storeu_epi16(p, static_cast<__mmask8>(first_lanes_mask(n)), (__m128i)v);
+    }
+#endif
+    std::memcpy(p, &v, static_cast<size_t>(n) * sizeof(V{}[0]));
+}
+
+// All ones in the lanes below n, zeros above: a mask for the valid lanes of a row's tail.
+template <class V, size_t... I>
+inline V first_lanes(int n, std::index_sequence<I...>) {
+    return (V)(V{static_cast<element_t<V>>(I)...} < static_cast<element_t<V>>(n));
+}
+template <class V>
+inline V first_lanes(int n) {
+    using I = vec<bits_of<element_t<V>>, static_cast<int>(sizeof(V))>;
+    return (V)first_lanes<I>(n, std::make_index_sequence<sizeof(V) / sizeof(element_t<V>)>());
+}
+
+// The integer vector of V's shape: what comparisons of V give.
+template <class V>
+using mask_of = vec<bits_of<element_t<V>>, static_cast<int>(sizeof(V))>;
+
+// ---- lane-wise arithmetic
+
+template <class V>
+inline V min(V a, V b) {
+    return a < b ? a : b;
+}
+template <class V>
+inline V max(V a, V b) {
+    return a < b ? b : a;
+}
+
+// Saturating unsigned addition and subtraction of 8- and 16-bit lanes.
+template <class V>
+inline V add_sat(V a, V b) {
+    constexpr int esize = sizeof(a[0]);
+    static_assert(esize <= 2, "saturating arithmetic of 8- and 16-bit lanes");
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 64) return esize == 1 ? (V)_mm512_adds_epu8((__m512i)a, (__m512i)b)
+                                                     : (V)_mm512_adds_epu16((__m512i)a, (__m512i)b);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32) return esize == 1 ? (V)_mm256_adds_epu8((__m256i)a, (__m256i)b)
+                                                     : (V)_mm256_adds_epu16((__m256i)a, (__m256i)b);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return esize == 1 ? (V)_mm_adds_epu8((__m128i)a, (__m128i)b)
+                                                     : (V)_mm_adds_epu16((__m128i)a, (__m128i)b);
+#endif
+    const V s = a + b;
+    return s | (V)(s < a);
+}
+template <class V>
+inline V sub_sat(V a, V b) {
+    constexpr int esize = sizeof(a[0]);
+    static_assert(esize <= 2, "saturating arithmetic of 8- and 16-bit lanes");
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 64) return esize == 1 ? (V)_mm512_subs_epu8((__m512i)a, (__m512i)b)
+                                                     : (V)_mm512_subs_epu16((__m512i)a, (__m512i)b);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32) return esize == 1 ? (V)_mm256_subs_epu8((__m256i)a, (__m256i)b)
+                                                     : (V)_mm256_subs_epu16((__m256i)a, (__m256i)b);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return esize == 1 ? (V)_mm_subs_epu8((__m128i)a, (__m128i)b)
+                                                     : (V)_mm_subs_epu16((__m128i)a, (__m128i)b);
+#endif
+    return (a - b) & (V)(b <= a);
+}
+// |a - b| of unsigned lanes.
+template <class V>
+inline V abs_diff(V a, V b) {
+    return sub_sat(a, b) | sub_sat(b, a);
+}
+
+// ---- conversions between lane widths (lane order kept)
+
+// The lower or upper half of v's lanes.
+template <class V, size_t... I>
+inline auto lower_half(V v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, static_cast<int>(I)...);
+}
+template <class V, size_t... I>
+inline auto upper_half(V v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, static_cast<int>(I + sizeof...(I))...);
+}
+template <class V>
+inline auto lower_half(V v) {
+    return lower_half(v, std::make_index_sequence<sizeof(V) / sizeof(V{}[0]) / 2>());
+}
+template <class V>
+inline auto upper_half(V v) {
+    return upper_half(v, std::make_index_sequence<sizeof(V) / sizeof(V{}[0]) / 2>());
+}
+// Two vectors of N lanes as one of 2N.
+template <class V, size_t... I>
+inline auto join(V lo, V hi, std::index_sequence<I...>) {
+    return __builtin_shufflevector(lo, hi, static_cast<int>(I)...);
+}
+template <class V>
+inline auto join(V lo, V hi) {
+    return join(lo, hi, std::make_index_sequence<2 * sizeof(V) / sizeof(V{}[0])>());
+}
+
+// Lane-wise conversion (C++ conversion rules: integers wrap, floats truncate).
+// Integers change width one doubling or halving at a time, and meet floats
+// as 32-bit integers: each such step is a whole-vector instruction on every
+// level, where a direct conversion over several widths may be taken apart
+// lane by lane.
+template <class U, class V>
+inline auto convert(V v) {
+    using T = element_t<V>;
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
+    constexpr bool to_float = std::is_floating_point_v<U>, from_float = std::is_floating_point_v<T>;
+    if constexpr (std::is_same_v<T, U>) {
+        return v;
+    } else if constexpr (to_float && !from_float && sizeof(T) != 4) {
+        return convert<U>(convert<int32_t>(v));
+    } else if constexpr (from_float && !to_float && sizeof(U) != 4) {
+        return convert<U>(convert<int32_t>(v));
+    } else if constexpr (!to_float && !from_float && sizeof(U) > 2 * sizeof(T)) {
+        using Twice = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+        return convert<U>(convert<Twice>(v));
+    } else if constexpr (!to_float && !from_float && 2 * sizeof(U) < sizeof(T)) {
+        using Half = std::conditional_t<sizeof(T) == 8, uint32_t, uint16_t>;
+        return convert<U>(convert<Half>(v));
+    } else {
+        return __builtin_convertvector(v, vec<U, static_cast<int>(sizeof(U)) * n>);
+    }
+}
+
+namespace detail {
+// A vector of at most 16 bytes in the low part of an SSE register, and back.
+template <class V>
+inline __m128i to_m128(V v) {
+    if constexpr (sizeof(V) == 16) {
+        return (__m128i)v;
+    } else {
+        __m128i x = _mm_setzero_si128();
+        std::memcpy(&x, &v, sizeof v);
+        return x;
+    }
+}
+template <class V>
+inline V from_m128(__m128i x) {
+    V v;
+    std::memcpy(&v, &x, sizeof v);
+    return v;
+}
+}  // namespace detail
+
+// Unsigned lanes zero-extended to the wider unsigned (or 32-bit signed) type
+// U, lane count and order kept.
+template <class U, class V>
+inline auto widen(V v) {
+    using T = element_t<V>;
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
+    using R = vec<U, static_cast<int>(sizeof(U)) * n>;
+    static_assert(std::is_unsigned_v<T> && sizeof(U) > sizeof(T));
+    constexpr int ratio = static_cast<int>(sizeof(U) / sizeof(T));
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(R) == 64) {
+        if constexpr (ratio == 4) return (R)_mm512_cvtepu8_epi32(detail::to_m128(v));
+        if constexpr (ratio == 2 && sizeof(T) == 1) return (R)_mm512_cvtepu8_epi16((__m256i)v);
+        if constexpr (ratio == 2 && sizeof(T) == 2) return (R)_mm512_cvtepu16_epi32((__m256i)v);
+    }
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(R) == 32) {
+        if constexpr (ratio == 4) return (R)_mm256_cvtepu8_epi32(detail::to_m128(v));
+        if constexpr (ratio == 2 && sizeof(T) == 1) return (R)_mm256_cvtepu8_epi16(detail::to_m128(v));
+        if constexpr (ratio == 2 && sizeof(T) == 2) return (R)_mm256_cvtepu16_epi32(detail::to_m128(v));
+    }
+    if constexpr (sizeof(R) == 16) {
+        if constexpr (ratio == 4) return (R)_mm_cvtepu8_epi32(detail::to_m128(v));
+        if constexpr (ratio == 2 && sizeof(T) == 1) return (R)_mm_cvtepu8_epi16(detail::to_m128(v));
+        if constexpr (ratio == 2 && sizeof(T) == 2) return (R)_mm_cvtepu16_epi32(detail::to_m128(v));
+    }
+#elif defined(__SSE2__)
+    if constexpr (sizeof(R) == 16) {
+        const __m128i x = detail::to_m128(v), zero = _mm_setzero_si128();
+        if constexpr (ratio == 4) return (R)_mm_unpacklo_epi16(_mm_unpacklo_epi8(x, zero), zero);
+        if constexpr (ratio == 2 && sizeof(T) == 1) return (R)_mm_unpacklo_epi8(x, zero);
+        if constexpr (ratio == 2 && sizeof(T) == 2) return (R)_mm_unpacklo_epi16(x, zero);
+    }
+#endif
+    return __builtin_convertvector(v, R);
+}
+
+// Unsigned integer lanes as floats (exact below 2^24).
+template <class V>
+inline auto to_float(V v) {
+    using T = element_t<V>;
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
+    using I = vec<int32_t, 4 * n>;
+    if constexpr (sizeof(T) == 4) return __builtin_convertvector(v, vec<float, 4 * n>);
+    else return __builtin_convertvector((I)widen<uint32_t>(v), vec<float, 4 * n>);
+}
+
+// Integer lanes narrowed to the unsigned type U, saturating: negative lanes
+// give 0, lanes above U's maximum give the maximum. T is int32_t (to 8 or 16
+// bits) or uint16_t (to 8 bits).
+template <class U, class V>
+inline auto narrow_sat(V v) {
+    using T = element_t<V>;
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
+    using R = vec<U, static_cast<int>(sizeof(U)) * n>;
+    static_assert(std::is_unsigned_v<U> && sizeof(U) < sizeof(T));
+    static_assert(std::is_same_v<T, int32_t> || std::is_same_v<T, uint16_t>);
+#if defined(__AVX512BW__)
+    if constexpr (std::is_same_v<T, int32_t>) {
+        if constexpr (sizeof(V) == 64) {
+            const __m512i x = _mm512_max_epi32((__m512i)v, _mm512_setzero_si512());
+            if constexpr (sizeof(U) == 1) return (R)_mm512_cvtusepi32_epi8(x);
+            else return (R)_mm512_cvtusepi32_epi16(x);
+        } else if constexpr (sizeof(V) == 32) {
+            const __m256i x = _mm256_max_epi32((__m256i)v, _mm256_setzero_si256());
+            if constexpr (sizeof(U) == 1) return detail::from_m128<R>(_mm256_cvtusepi32_epi8(x));
+            else return (R)_mm256_cvtusepi32_epi16(x);
+        } else if constexpr (sizeof(V) == 16) {
+            const __m128i x = _mm_max_epi32((__m128i)v, _mm_setzero_si128());
+            if constexpr (sizeof(U) == 1) return detail::from_m128<R>(_mm_cvtusepi32_epi8(x));
+            else return detail::from_m128<R>(_mm_cvtusepi32_epi16(x));
+        }
+    } else {
+        if constexpr (sizeof(V) == 64) return (R)_mm512_cvtusepi16_epi8((__m512i)v);
+        if constexpr (sizeof(V) == 32) return (R)_mm256_cvtusepi16_epi8((__m256i)v);
+        if constexpr (sizeof(V) == 16) return detail::from_m128<R>(_mm_cvtusepi16_epi8((__m128i)v));
+    }
+#elif defined(__AVX2__)
+    if constexpr (sizeof(V) == 32) {
+        if constexpr (std::is_same_v<T, int32_t>) {
+            const __m256i w = _mm256_packus_epi32((__m256i)v, (__m256i)v);  // 0..3 0..3 | 4..7 4..7
+            if constexpr (sizeof(U) == 2) {
+                return (R)_mm256_castsi256_si128(_mm256_permute4x64_epi64(w, 0x08));
+            } else {
+                const __m256i b = _mm256_packus_epi16(w, w);
+                return detail::from_m128<R>(
+                    _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(b, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0))));
+            }
+        } else {
+            const __m256i x = _mm256_min_epu16((__m256i)v, _mm256_set1_epi16(255));
+            return (R)_mm256_castsi256_si128(_mm256_permute4x64_epi64(_mm256_packus_epi16(x, x), 0x08));
+        }
+    }
+    if constexpr (sizeof(V) == 16) {
+        if constexpr (std::is_same_v<T, int32_t>) {
+            const __m128i w = _mm_packus_epi32((__m128i)v, (__m128i)v);
+            if constexpr (sizeof(U) == 2) return detail::from_m128<R>(w);
+            else return detail::from_m128<R>(_mm_packus_epi16(w, w));
+        } else {
+            const __m128i x = _mm_min_epu16((__m128i)v, _mm_set1_epi16(255));
+            return detail::from_m128<R>(_mm_packus_epi16(x, x));
+        }
+    }
+#elif defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) {
+        constexpr T top = static_cast<T>(U(~U{0}));
+        V c = v;
+        if constexpr (std::is_signed_v<T>) c = c < V{} ? V{} : c;
+        c = c > top ? V{} + top : c;
+        if constexpr (std::is_same_v<T, int32_t> && sizeof(U) == 2) {
+            // Signed packing of lanes moved down by 2^15, moved back up as 16-bit words.
+            const __m128i shifted = (__m128i)(c - 32768);
+            return detail::from_m128<R>(_mm_xor_si128(_mm_packs_epi32(shifted, shifted), _mm_set1_epi16(-32768)));
+        } else if constexpr (std::is_same_v<T, int32_t>) {
+            const __m128i w = _mm_packs_epi32((__m128i)c, (__m128i)c);
+            return detail::from_m128<R>(_mm_packus_epi16(w, w));
+        } else {
+            return detail::from_m128<R>(_mm_packus_epi16((__m128i)c, (__m128i)c));
+        }
+    }
+#endif
+    constexpr T top = static_cast<T>(U(~U{0}));
+    if constexpr (std::is_signed_v<T>) v = v < V{} ? V{} : v;
+    return __builtin_convertvector(v > top ? V{} + top : v, R);
+}
+
+// Float lanes to 32-bit integers, rounded to nearest with halves to even
+// (the processor's rounding mode, which the library never changes). Lanes
+// outside the int32 range or NaN give INT32_MIN.
+template <class V>
+inline auto round_even(V v) {
+    using I = vec<int32_t, static_cast<int>(sizeof(V))>;
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (I)_mm512_cvtps_epi32((__m512)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32) return (I)_mm256_cvtps_epi32((__m256)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (I)_mm_cvtps_epi32((__m128)v);
+#endif
+    I r;
+    for (size_t k = 0; k < sizeof(V) / 4; ++k) r[k] = static_cast<int32_t>(__builtin_rintf(v[k]));
+    return r;
+}
+
+// Float lanes clamped to [0, top], NaN to 0, then rounded half to even: the
+// saturating store of a float result into an unsigned sample.
+template <class V>
+inline auto round_clamped(V v, float top) {
+    const V zero{};
+    v = v > zero ? v : zero;  // NaN compares false
+    v = v < zero + top ? v : zero + top;
+    return round_even(v);
+}
+
+// Float lanes stored as unsigned samples of type U: rounded half to even and
+// saturated (NaN gives 0); floats stay as they are.
+template <class U, class V>
+inline auto to_sample(V v) {
+    if constexpr (std::is_floating_point_v<U>) return v;
+    else return narrow_sat<U>(round_even(v));
+}
+
+// ---- three interleaved channels
+
+namespace detail {
+// Element j of channel K of 3N interleaved elements a|b|c: first from a|b, then from c.
+template <int K, class V, size_t... I>
+inline V channel_from_ab(V a, V b, std::index_sequence<I...>) {
+    constexpr int n = sizeof...(I);
+    return __builtin_shufflevector(a, b, ((3 * static_cast<int>(I) + K) < 2 * n ? 3 * static_cast<int>(I) + K : 0)...);
+}
+template <int K, class V, size_t... I>
+inline V channel_with_c(V t, V c, std::index_sequence<I...>) {
+    constexpr int n = sizeof...(I);
+    return __builtin_shufflevector(
+        t, c, ((3 * static_cast<int>(I) + K) < 2 * n ? static_cast<int>(I) : 3 * static_cast<int>(I) + K - n)...);
+}
+// Element j of the interleaved stream x|y|z (planes of N) taken for block B (0, 1 or 2).
+template <int B, class V, size_t... I>
+inline V interleave_xy(V x, V y, std::index_sequence<I...>) {
+    constexpr int n = sizeof...(I);
+    // Output element e = B*n + I is channel (e % 3) of pixel e / 3; z's elements come in the second step.
+    return __builtin_shufflevector(
+        x, y, (((B * n + static_cast<int>(I)) % 3) == 2 ? 0 : ((B * n + static_cast<int>(I)) / 3) + ((B * n + static_cast<int>(I)) % 3) * n)...);
+}
+template <int B, class V, size_t... I>
+inline V interleave_z(V t, V z, std::index_sequence<I...>) {
+    constexpr int n = sizeof...(I);
+    return __builtin_shufflevector(
+        t, z, (((B * n + static_cast<int>(I)) % 3) == 2 ? n + (B * n + static_cast<int>(I)) / 3 : static_cast<int>(I))...);
+}
+}  // namespace detail
+
+// Three vectors of interleaved samples (3 × lanes elements from p) as three
+// planes: c0 holds channel 0 of each of the lanes pixels, and so on.
+template <class V>
+inline void deinterleave3(V a, V b, V c, V& c0, V& c1, V& c2) {
+    constexpr auto s = std::make_index_sequence<sizeof(V) / sizeof(V{}[0])>();
+    c0 = detail::channel_with_c<0>(detail::channel_from_ab<0>(a, b, s), c, s);
+    c1 = detail::channel_with_c<1>(detail::channel_from_ab<1>(a, b, s), c, s);
+    c2 = detail::channel_with_c<2>(detail::channel_from_ab<2>(a, b, s), c, s);
+}
+// And back: three planes to three vectors of interleaved samples.
+template <class V>
+inline void interleave3(V c0, V c1, V c2, V& a, V& b, V& c) {
+    constexpr auto s = std::make_index_sequence<sizeof(V) / sizeof(V{}[0])>();
+    a = detail::interleave_z<0>(detail::interleave_xy<0>(c0, c1, s), c2, s);
+    b = detail::interleave_z<1>(detail::interleave_xy<1>(c0, c1, s), c2, s);
+    c = detail::interleave_z<2>(detail::interleave_xy<2>(c0, c1, s), c2, s);
+}
+
+}  // namespace lum::prim::LUM_ISA::simd
