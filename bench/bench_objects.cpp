@@ -47,7 +47,7 @@ std::shared_ptr<Frame> photo_frame(const std::string& name, std::string& note) {
 #ifdef LUM_HAVE_PNG
     const std::string path = "/usr/lib/python3/dist-packages/skimage/data/" + name;
     char error[256] = "";
-    const int32_t h = read_png_file(path.c_str(), error, sizeof error);
+    const int32_t h = read_png_file(path.c_str(), uint64_t{1} << 26, error, sizeof error);
     if (h < 0) {
         note = path + ": " + error + " (install python3-skimage); skipped";
         return nullptr;
