@@ -117,7 +117,7 @@ def write_grey(tmp_path, name, pixels, bits=None):
 @needs("stats")
 @pytest.mark.parametrize("dtype,bits", [(np.uint8, None), (np.uint16, 12)])
 def test_stats_match_the_library_and_numpy(lum_cli, tmp_path, dtype, bits):
-    import lum
+    import lum.raw as lum
     pixels = random_image((23, 41), dtype, bits)
     write_grey(tmp_path, "in.png", pixels, bits)
     record = json.loads(lum_cli("stats", "--json", "in.png").stdout)[0]
@@ -199,7 +199,7 @@ def blobs(shape=(64, 96), dtype=np.uint8, high=200):
 @needs("contours")
 @pytest.mark.parametrize("dtype,high", [(np.uint8, 200), (np.uint16, 3000)])
 def test_contours_json_matches_the_c_interface(lum_cli, tmp_path, dtype, high):
-    import lum
+    import lum.raw as lum
     pixels = blobs(dtype=dtype, high=high)
     bits = 12 if dtype == np.uint16 else None
     write_grey(tmp_path, "in.png", pixels, bits)
@@ -236,7 +236,7 @@ def test_contours_with_otsu_and_on_an_empty_image(lum_cli, tmp_path):
 
 @needs("morph")
 def test_morph_opening_removes_specks_and_closing_fills_holes(lum_cli, tmp_path):
-    import lum
+    import lum.raw as lum
     pixels = np.zeros((30, 40), np.uint8)
     pixels[5:20, 5:25] = 255
     pixels[25, 33] = 255        # a speck
@@ -331,7 +331,7 @@ def test_demo_finds_the_parts_it_drew(lum_cli, tmp_path):
 
 @needs("profile")
 def test_profile_along_a_row(lum_cli, tmp_path):
-    import lum
+    import lum.raw as lum
     pixels = random_image((12, 16), np.uint8)
     write_grey(tmp_path, "in.png", pixels)
     lines = lum_cli("profile", "--fast", "in.png", "2,5", "11,5").stdout.strip().split("\n")
