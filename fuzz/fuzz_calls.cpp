@@ -512,6 +512,20 @@ const std::vector<Call>& calls() {
             }
             }
         }},
+
+        // Objects
+        {"measure_objects", [](World& w, Input& in) -> int {
+            const int32_t h = w.handle(in);
+            const int32_t labels = in.chance(40) ? -1 : w.handle(in);
+            const auto min_area = static_cast<uint32_t>(in.in(0, 20));
+            // Room for up to a few hundred records, never more than the scratch holds.
+            constexpr uint32_t room = sizeof(Scratch) / sizeof(lum_object);
+            const auto asked = static_cast<uint32_t>(in.in(0, 300));
+            const uint32_t capacity = asked > room ? room : asked;
+            auto* objects = static_cast<lum_object*>(w.maybe_null(in));
+            uint32_t count = 0;
+            return lum_measure_objects(h, min_area, labels, objects, capacity, in.chance(5) ? nullptr : &count);
+        }},
     };
     return table;
 }

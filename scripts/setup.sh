@@ -9,7 +9,7 @@ case "$what" in
   test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest
              python3-venv python3-pip python3-setuptools python3-scipy python3-skimage python3-opencv
              python3-pil python3-dask python3-distributed) ;;
-  bench) pkgs+=(libopencv-dev) ;;
+  bench) pkgs+=(libopencv-dev libpng-dev python3-skimage) ;;
   fuzz) pkgs+=(clang libclang-rt-14-dev) ;;
   all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest
             python3-venv python3-pip python3-setuptools python3-scipy python3-skimage python3-opencv
