@@ -20,15 +20,6 @@ std::vector<Command>& commands() {
 
 Registration::Registration(Command command) { commands().push_back(std::move(command)); }
 
-std::vector<std::pair<std::string, DemoSectionJson>>& demo_sections() {
-    static std::vector<std::pair<std::string, DemoSectionJson>> all;
-    return all;
-}
-
-DemoSection::DemoSection(std::string key, DemoSectionJson json) {
-    demo_sections().emplace_back(std::move(key), std::move(json));
-}
-
 double parse_number(const std::string& text, const std::string& what) {
     char* end = nullptr;
     errno = 0;

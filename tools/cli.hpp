@@ -58,15 +58,6 @@ struct Registration {
     explicit Registration(Command command);
 };
 
-// Sections of the demo's report that commands add from their own files, for
-// operations a library may not have yet (such files are built only once it
-// does): a JSON value under key, computed from the demo's cleaned binary image.
-using DemoSectionJson = std::function<std::string(const lum::image& binary)>;
-std::vector<std::pair<std::string, DemoSectionJson>>& demo_sections();
-struct DemoSection {
-    DemoSection(std::string key, DemoSectionJson json);
-};
-
 // Options every command takes.
 const std::vector<Option>& common_options();
 

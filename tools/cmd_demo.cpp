@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "contour_measure.hpp"
+#include "objects.hpp"
 
 namespace lum::cli {
 namespace {
@@ -120,22 +121,18 @@ int run_demo(const Args& args) {
                [&] { lum::morph(binary, opened, lum::morph_operation::open, lum::morph_shape::rectangle, 5, 5); });
     timer.lap("open (5 x 5)");
 
-    const std::vector<Object> objects = find_objects(opened, "frame");
-    timer.lap("trace and measure");
-    std::vector<std::pair<std::string, std::string>> sections;
-    for (const auto& [key, json] : demo_sections()) {
-        sections.emplace_back(key, json(opened));
-        std::string step = key;
-        std::replace(step.begin(), step.end(), '_', ' ');
-        timer.lap(step);
-    }
+    // Areas and centroids are the pixels' own; the outlines only draw the overlay.
+    const std::vector<lum_object> objects = measure_objects(opened, 0, -1, "frame");
+    timer.lap("measure objects");
+    const std::vector<Object> outlines = find_objects(opened, "frame");
+    timer.lap("trace outlines");
 
     const lum::image overlay = render_grey(frame8, 0.9, 0);
     uint8_t tint[256 * 3] = {};
     tint[255 * 3 + 1] = 70;  // objects greened; the palette's bytes are in reverse channel order
     const lum_rect whole{0, 0, frame_width, frame_height};
     check(lum_computer_color_bc(opened.handle(), overlay.handle(), &whole, tint, 1.0, 0), "overlay", "palette rendering");
-    draw_objects(overlay, objects);
+    draw_objects(overlay, outlines);
     timer.lap("render overlay");
 
     const std::string files[] = {dir + "/frame12.png", dir + "/frame8.png", dir + "/binary.png", dir + "/opened.png",
@@ -151,8 +148,7 @@ int run_demo(const Args& args) {
     if (!report) throw Error(files[5] + ": cannot open for writing");
     std::fprintf(report, "{\"frame\": {\"width\": %d, \"height\": %d, \"valid_bits\": 12},\n \"parts_drawn\": %zu,\n"
                          " \"otsu_threshold\": %d,\n \"objects\": %s,\n",
-                 frame_width, frame_height, parts.size(), otsu, objects_json(objects, false).c_str());
-    for (const auto& [key, json] : sections) std::fprintf(report, " %s: %s,\n", json_string(key).c_str(), json.c_str());
+                 frame_width, frame_height, parts.size(), otsu, measured_json(objects).c_str());
     std::fprintf(report, " \"timings_ms\": {");
     for (size_t k = 0; k < timer.steps.size(); k += 1)
         std::fprintf(report, "%s%s: %.3f", k ? ", " : "", json_string(timer.steps[k].first).c_str(), timer.steps[k].second);
@@ -161,13 +157,12 @@ int run_demo(const Args& args) {
 
     print("lum demo: a %d x %d 12-bit inspection frame with %zu parts, dust and noise\n\n", frame_width,
           frame_height, parts.size());
-    print("  %3s %8s %12s %22s\n", "id", "area", "centroid", "bounding box");
-    for (size_t k = 0; k < objects.size(); k += 1) {
-        const Object& o = objects[k];
-        char centroid[32], box[48];
-        std::snprintf(centroid, sizeof centroid, "(%d, %d)", o.centroid_x, o.centroid_y);
-        std::snprintf(box, sizeof box, "%d x %d at (%d, %d)", o.box.width, o.box.height, o.box.x, o.box.y);
-        print("  %3zu %8lld %12s %22s\n", k + 1, static_cast<long long>(o.area), centroid, box);
+    print("  %5s %8s %16s %22s %5s\n", "label", "area", "centroid", "bounding box", "holes");
+    for (const lum_object& o : objects) {
+        char centroid[48], box[48];
+        std::snprintf(centroid, sizeof centroid, "(%.1f, %.1f)", o.centroid_x, o.centroid_y);
+        std::snprintf(box, sizeof box, "%d x %d at (%d, %d)", o.width, o.height, o.x, o.y);
+        print("  %5u %8u %16s %22s %5u\n", o.label, o.area, centroid, box, o.holes);
     }
     print("\n%zu objects found (%zu parts drawn), Otsu threshold %d of 255\n\n", objects.size(), parts.size(), otsu);
     double library = 0;

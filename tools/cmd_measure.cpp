@@ -1,55 +1,15 @@
 // `lum measure`: the objects of a binary image with their areas, centroids,
 // boxes, holes, orientation and axes, as JSON or CSV, and optionally the
-// image of their labels. Built once the library has lum_measure_objects.
-#include <cmath>
+// image of their labels.
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "cli.hpp"
+#include "objects.hpp"
 
 namespace lum::cli {
 namespace {
-
-// Every object of at least min_area pixels; labels is -1 or a 16u grey image
-// of the binary's size that receives the label image.
-std::vector<lum_object> measure(const lum::image& binary, uint32_t min_area, int32_t labels, const std::string& where) {
-    uint32_t count = 0;
-    check(lum_measure_objects(binary.handle(), min_area, -1, nullptr, 0, &count), where, "object count");
-    std::vector<lum_object> objects(count);
-    uint32_t written = 0;
-    check(lum_measure_objects(binary.handle(), min_area, labels, objects.data(), count, &written), where,
-          "object measurement");
-    if (written < objects.size()) objects.resize(written);
-    return objects;
-}
-
-// JSON has no NaN or infinity: such a value (the axes of a degenerate object,
-// should the library give one) is null there.
-std::string number(double v, bool json = true) {
-    if (json && !std::isfinite(v)) return "null";
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.10g", v);
-    return buf;
-}
-
-std::string objects_json(const std::vector<lum_object>& objects) {
-    std::string out = "[";
-    for (size_t k = 0; k < objects.size(); k += 1) {
-        const lum_object& o = objects[k];
-        char buf[160];
-        std::snprintf(buf, sizeof buf, "%s\n    {\"label\": %u, \"area\": %u, \"centroid\": [", k ? "," : "", o.label,
-                      o.area);
-        out += buf;
-        out += number(o.centroid_x) + ", " + number(o.centroid_y) + "], ";
-        std::snprintf(buf, sizeof buf, "\"bbox\": [%d, %d, %d, %d], \"holes\": %u, ", o.x, o.y, o.width, o.height,
-                      o.holes);
-        out += buf;
-        out += "\"orientation\": " + number(o.orientation) + ", \"major_axis\": " + number(o.major_axis) +
-               ", \"minor_axis\": " + number(o.minor_axis) + "}";
-    }
-    return out + (objects.empty() ? "]" : "\n  ]");
-}
 
 int run_measure(const Args& args) {
     const std::string& in = args.positional[0];
@@ -62,11 +22,11 @@ int run_measure(const Args& args) {
     lum::image labels;
     if (args.has("labels")) labels = new_image(i.width, i.height, lum_fmt_16u, lum_gray, 16);
     const std::vector<lum_object> objects =
-        measure(binary, static_cast<uint32_t>(min_area), labels ? labels.handle() : -1, in);
+        measure_objects(binary, static_cast<uint32_t>(min_area), labels ? labels.handle() : -1, in);
 
     if (format == "json") {
         print("{\"file\": %s, \"width\": %d, \"height\": %d, \"min_area\": %ld, \"count\": %zu,\n  \"objects\": %s}\n",
-              json_string(in).c_str(), i.width, i.height, min_area, objects.size(), objects_json(objects).c_str());
+              json_string(in).c_str(), i.width, i.height, min_area, objects.size(), measured_json(objects).c_str());
     } else {
         print("label,area,centroid_x,centroid_y,x,y,width,height,holes,orientation,major_axis,minor_axis\n");
         for (const lum_object& o : objects)
@@ -90,11 +50,6 @@ const Registration measure_command{
       {"min-area", "N", "leave out objects smaller than N pixels"},
       {"labels", "OUT.png", "write the label image"}},
      1, 1, run_measure}};
-
-// The demo's report gains the objects' table once the library can measure them.
-const DemoSection demo_objects{"objects_measured", [](const lum::image& binary) {
-                                   return objects_json(measure(binary, 0, -1, "frame"));
-                               }};
 
 }  // namespace
 }  // namespace lum::cli
