@@ -26,9 +26,7 @@ int8_t histogram(const img* image, const lum_rect* rect, float lower, float uppe
     LUM_CHECK(map_status(prim::histogram_init_uniform(type, lower, upper, levels, spec.get())));
 
     return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
-        if (!span_fits(im, int64_t{rect->y} * im.step_bytes + int64_t{rect->x} * sizeof(T), rect->height,
-                       im.step_bytes, int64_t{rect->width} * sizeof(T)))
-            return beyond_image;
+        if (!region_fits(im, rect->x, rect->y, rect->width, rect->height)) return beyond_image;
         return map_status(prim::histogram<T>(pixel_at<const T>(im, rect->x, rect->y), step_of(im), size, counts,
                                              spec.get(), buffer.get()));
     });

@@ -21,25 +21,20 @@ int8_t check_destination(const img& frame, const img* dst, uint32_t index, uint3
             LUM_CHECK(require_initialised(dst));
             if (frame.width < 1 || frame.height < 1) return out_of_range;
             if (frame.width > dst->width || frame.height > dst->height) return beyond_image;
-            return ok;
+            return whole_fits(frame) && region_fits(*dst, 0, 0, frame.width, frame.height) ? ok : beyond_image;
         case per_row:
             LUM_CHECK(require_initialised(dst));
             if (count < 1 || frame.height < 1) return out_of_range;
             if (count > static_cast<uint32_t>(dst->width) || frame.height > dst->height) return beyond_image;
-            return region_fits(*dst, index, 0, 1, frame.height) ? ok : beyond_image;
+            return whole_fits(frame) && region_fits(*dst, index, 0, 1, frame.height) ? ok : beyond_image;
         case per_column:
             LUM_CHECK(require_initialised(dst));
             if (frame.width < 1 || count < 1) return out_of_range;
             if (frame.width > dst->width || count > static_cast<uint32_t>(dst->height)) return beyond_image;
-            return region_fits(*dst, 0, index, frame.width, 1) ? ok : beyond_image;
+            return whole_fits(frame) && region_fits(*dst, 0, index, frame.width, 1) ? ok : beyond_image;
         default:
             return out_of_range;
     }
-}
-
-// The frame's rows stay in its buffer.
-bool frame_fits(const img& frame, int sample_bytes) {
-    return span_fits(frame, 0, frame.height, frame.step_bytes, int64_t{frame.width} * sample_bytes);
 }
 
 template <class T>
@@ -56,13 +51,10 @@ int8_t projection_extreme(const img* frame, img* dst, uint32_t index, uint32_t c
     if (frame->pix_type != lum_fmt_8u && frame->pix_type != lum_fmt_16u) return ok;
     LUM_CHECK(check_destination(*frame, dst, index, count, dir));
     return with_sample_type<uint8_t, uint16_t>(frame->pix_type, [&]<class T>() -> int8_t {
-        if (!frame_fits(*frame, sizeof(T))) return beyond_image;
         const T* src = samples<T>(*frame);
         const int fs = step_of(*frame), ds = step_of(*dst);
         switch (dir) {
             case over_sequence: {
-                if (!span_fits(*dst, 0, frame->height, dst->step_bytes, int64_t{frame->width} * sizeof(T)))
-                    return beyond_image;
                 T* d = static_cast<T*>(dst->frame_buf);
                 return map_status(prim::binary<T, Op>(src, fs, d, ds, d, ds, size_of(*frame)));
             }
@@ -90,18 +82,14 @@ int8_t projection_mean(const img* frame, img* dst, uint32_t index, uint32_t coun
         // The accumulator holds one float per frame pixel; a mean needs frames.
         if (acc->pix_type != lum_fmt_32f) return bad_format;
         if (frame->width > acc->width || frame->height > acc->height) return beyond_image;
+        if (!region_fits(*acc, 0, 0, frame->width, frame->height)) return beyond_image;
         if (count < 1) return out_of_range;
     }
     return with_sample_type<uint8_t, uint16_t, float>(frame->pix_type, [&]<class T>() -> int8_t {
-        if (!frame_fits(*frame, sizeof(T))) return beyond_image;
         const T* src = samples<T>(*frame);
         const int fs = step_of(*frame);
         switch (dir) {
             case over_sequence: {
-                const int64_t row = int64_t{frame->width};
-                if (!span_fits(*acc, 0, frame->height, acc->step_bytes, row * 4) ||
-                    !span_fits(*dst, 0, frame->height, dst->step_bytes, row * sizeof(T)))
-                    return beyond_image;
                 auto* a = static_cast<float*>(acc->frame_buf);
                 LUM_CHECK(map_status(prim::accumulate<T>(src, fs, a, step_of(*acc), size_of(*frame), index == 0)));
                 if (index != count - 1) return ok;

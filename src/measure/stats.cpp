@@ -16,13 +16,6 @@ int8_t check_image_rect(const img* image, const lum_rect* rect) {
     return check_rect(*image, rect);
 }
 
-// The rectangle's rows, `samples` samples of T each, stay in the buffer.
-template <class T>
-bool rows_fit(const img& im, const lum_rect& r, int64_t samples) {
-    return span_fits(im, int64_t{r.y} * im.step_bytes + int64_t{r.x} * bytes_per_pixel(im), r.height, im.step_bytes,
-                     samples * int64_t{sizeof(T)});
-}
-
 int8_t sum(const img* image, const lum_rect* area, double* total) {
     LUM_CHECK(check_image_rect(image, area));
     const lum_rect& rect = *area;
@@ -30,8 +23,10 @@ int8_t sum(const img* image, const lum_rect* area, double* total) {
     // Each row is read as width one-channel samples whatever the channel
     // count: callers sum one-channel images, and a colour image keeps
     // contributing the first width samples of its rows as it always has.
+    if (!span_fits(im, int64_t{rect.y} * im.step_bytes + int64_t{rect.x} * bytes_per_pixel(im), rect.height,
+                   im.step_bytes, int64_t{rect.width} * bytes_per_sample(im.pix_type)))
+        return beyond_image;
     return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
-        if (!rows_fit<T>(im, rect, rect.width)) return beyond_image;
         return map_status(prim::sum<T>(pixel_at<const T>(im, rect.x, rect.y), step_of(im), size_of(rect), total));
     });
 }
@@ -43,7 +38,7 @@ int8_t mean_stddev(const img* image, const lum_rect* area, double* mean, double*
     const img& im = *image;
     return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
         if (im.channels != lum_gray) return bad_channels;
-        if (!rows_fit<T>(im, rect, rect.width)) return beyond_image;
+        if (!region_fits(im, rect.x, rect.y, rect.width, rect.height)) return beyond_image;
         return map_status(
             prim::mean_stddev<T>(pixel_at<const T>(im, rect.x, rect.y), step_of(im), size_of(rect), mean, stddev));
     });
@@ -61,10 +56,7 @@ int8_t pick_every(const img* first, const img* second, const img* destination) {
     if (a.pix_type == lum_fmt_16s || a.pix_type == lum_fmt_32f) return ok;
     return with_sample_type<uint8_t, uint16_t>(a.pix_type, [&]<class T>() -> int8_t {
         if (a.channels != lum_gray) return bad_channels;
-        const int64_t row = int64_t{a.width} * sizeof(T);
-        if (!span_fits(a, 0, a.height, a.step_bytes, row) || !span_fits(b, 0, a.height, b.step_bytes, row) ||
-            !span_fits(d, 0, a.height, d.step_bytes, row))
-            return beyond_image;
+        if (!whole_fits(a) || !whole_fits(b) || !whole_fits(d)) return beyond_image;
         return map_status(prim::binary<T, Op>(static_cast<const T*>(a.frame_buf), step_of(a),
                                               static_cast<const T*>(b.frame_buf), step_of(b),
                                               static_cast<T*>(d.frame_buf), step_of(d), size_of(a)));
@@ -78,10 +70,11 @@ int8_t min_max(const img* image, const lum_rect* area, void* minimum, void* maxi
     const lum_rect& rect = *area;
     if (!minimum || !maximum) return out_of_range;
     const img& im = *image;
+    if ((im.channels == lum_gray || im.channels == lum_color) && !region_fits(im, rect.x, rect.y, rect.width, rect.height))
+        return beyond_image;
     return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int8_t {
         if (im.channels != lum_gray && im.channels != lum_color) return bad_channels;
         const int channels = static_cast<int>(im.channels);
-        if (!rows_fit<T>(im, rect, int64_t{rect.width} * channels)) return beyond_image;
         return map_status(prim::min_max<T>(pixel_at<const T>(im, rect.x, rect.y), step_of(im), size_of(rect), channels,
                                            static_cast<T*>(minimum), static_cast<T*>(maximum)));
     });

@@ -121,11 +121,15 @@ int accumulator_mean(const float* acc, int acc_step, T* dst, int dst_step, Size 
     if (empty_region(size)) return st_size;
     if (count == 0) return st_bad_arg;
     const float n = static_cast<float>(count);
-    for (int y = 0; y < size.height; ++y)
-        unary_row_lined<float>(row_at(acc, acc_step, y), row_at(dst, dst_step, y), size.width, [n](vec<float> a) {
-            if constexpr (std::is_floating_point_v<T>) return a / n;
-            else return simd::narrow_sat<T>(simd::round_clamped(a / n, static_cast<float>(max_value<T>())));
-        });
+    const auto mean = [n](vec<float> a) {
+        if constexpr (std::is_floating_point_v<T>) return a / n;
+        else return simd::narrow_sat<T>(simd::round_clamped(a / n, static_cast<float>(max_value<T>())));
+    };
+    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y)
+            unary_row<float>(row_at(acc, acc_step, y), row_at(dst, dst_step, y), size.width, mean, stores);
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 

@@ -70,14 +70,17 @@ int threshold(const T* src, int src_step, T* dst, int dst_step, Size size, Rule 
     if (empty_region(size)) return st_size;
     const rule_of<vec<T>, Rule> lanes(rule);
     const rule_of<T, Rule> one(rule);
-    for (int y = 0; y < size.height; ++y) {
-        const T* s = row_at(src, src_step, y);
-        T* d = row_at(dst, dst_step, y);
-        if (ahead_in_row(s, d, size.width))
-            for (int x = 0; x < size.width; ++x) store_one(d + x, one(load_one(s + x)));
-        else
-            unary_row_lined(s, d, size.width, lanes);
-    }
+    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) {
+            const T* s = row_at(src, src_step, y);
+            T* d = row_at(dst, dst_step, y);
+            if (ahead_in_row(s, d, size.width))
+                for (int x = 0; x < size.width; ++x) store_one(d + x, one(load_one(s + x)));
+            else
+                unary_row(s, d, size.width, lanes, stores);
+        }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
@@ -86,13 +89,17 @@ int compare_at_least(const T* src, int src_step, T value, uint8_t* mask, int mas
     if (!src || !mask) return st_null;
     if (empty_region(size)) return st_size;
     const vec<T> v = simd::splat(value);
-    for (int y = 0; y < size.height; ++y)
-        unary_row_lined<T>(row_at(src, src_step, y), row_at(mask, mask_step, y), size.width, [v](vec<T> s) {
-            const auto at_least = s >= v;  // all ones or zeros per lane
-            if constexpr (sizeof(T) == 1) return (vec<uint8_t>)at_least;
-            else if constexpr (sizeof(T) == 2) return simd::narrow_sat<uint8_t>((vec<uint16_t>)at_least);
-            else return simd::narrow_sat<uint8_t>(at_least & 255);
-        });
+    const auto compare = [v](vec<T> s) {
+        const auto at_least = s >= v;  // all ones or zeros per lane
+        if constexpr (sizeof(T) == 1) return (vec<uint8_t>)at_least;
+        else if constexpr (sizeof(T) == 2) return simd::narrow_sat<uint8_t>((vec<uint16_t>)at_least);
+        else return simd::narrow_sat<uint8_t>(at_least & 255);
+    };
+    with_stores_for(int64_t{size.width} * size.height, [&](auto stores) {
+        for (int y = 0; y < size.height; ++y)
+            unary_row<T>(row_at(src, src_step, y), row_at(mask, mask_step, y), size.width, compare, stores);
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
@@ -102,13 +109,17 @@ int set_selected(T value, T* image, int step, Size size, const uint8_t* mask, in
     if (empty_region(size)) return st_size;
     using U = std::conditional_t<sizeof(T) == 1, uint8_t, std::conditional_t<sizeof(T) == 2, uint16_t, uint32_t>>;
     const vec<T> v = simd::splat(value);
-    for (int y = 0; y < size.height; ++y) {
-        T* p = row_at(image, step, y);
-        binary_row_lined<T>(row_at(mask, mask_step, y), p, p, size.width, [v](simd::lanes_of<uint8_t, T> m, vec<T> s) {
-            if constexpr (sizeof(T) == 1) return m != 0 ? v : s;
-            else return simd::widen<U>(m) != 0 ? v : s;
-        });
-    }
+    const auto select = [v](simd::lanes_of<uint8_t, T> m, vec<T> s) {
+        if constexpr (sizeof(T) == 1) return m != 0 ? v : s;
+        else return simd::widen<U>(m) != 0 ? v : s;
+    };
+    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) {
+            T* p = row_at(image, step, y);
+            binary_row<T>(row_at(mask, mask_step, y), p, p, size.width, select, stores);
+        }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 

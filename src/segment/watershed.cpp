@@ -15,12 +15,10 @@ int8_t watershed(const img* source, img* markers) {
     if (source->pix_type != lum_fmt_8u && source->pix_type != lum_fmt_16u) return bad_format;
     if (markers->pix_type != lum_fmt_16u) return bad_format;
     if (source->width != markers->width || source->height != markers->height) return mismatch;
+    if (!whole_fits(*source) || !whole_fits(*markers)) return beyond_image;
 
     const prim::Size size = size_of(*source);
     return with_sample_type<uint8_t, uint16_t>(source->pix_type, [&]<class T>() -> int8_t {
-        if (!span_fits(*markers, 0, size.height, markers->step_bytes, int64_t{size.width} * 2) ||
-            !span_fits(*source, 0, size.height, source->step_bytes, int64_t{size.width} * sizeof(T)))
-            return beyond_image;
         auto* labels = static_cast<uint16_t*>(markers->frame_buf);
         uint16_t lowest = 0, highest = 0;
         LUM_CHECK(map_status(prim::min_max<uint16_t>(labels, step_of(*markers), size, 1, &lowest, &highest)));
