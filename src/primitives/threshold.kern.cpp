@@ -70,14 +70,23 @@ int threshold(const T* src, int src_step, T* dst, int dst_step, Size size, Rule 
     if (empty_region(size)) return st_size;
     const rule_of<vec<T>, Rule> lanes(rule);
     const rule_of<T, Rule> one(rule);
-    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+    // In place, the rows were just read into the caches: they stay there.
+    const int64_t bytes = src == dst ? 0 : int64_t{size.width} * size.height * sizeof(T);
+    with_stores_for(bytes, [&](auto stores) {
         for (int y = 0; y < size.height; ++y) {
             const T* s = row_at(src, src_step, y);
             T* d = row_at(dst, dst_step, y);
-            if (ahead_in_row(s, d, size.width))
+            if (ahead_in_row(s, d, size.width)) {
                 for (int x = 0; x < size.width; ++x) store_one(d + x, one(load_one(s + x)));
-            else
+            } else if constexpr (decltype(stores)::value) {
                 unary_row(s, d, size.width, lanes, stores);
+            } else {
+                // Rows on 16-byte steps: whole stores from the first line boundary on never straddle two lines.
+                int head = elements_to_alignment<vec<T>>(d);
+                head = head < 0 || head > size.width ? size.width : head;
+                unary_row(s, d, head, lanes);
+                unary_row(s + head, d + head, size.width - head, lanes);
+            }
         }
         if (stores) simd::stream_fence();
     });
@@ -113,13 +122,10 @@ int set_selected(T value, T* image, int step, Size size, const uint8_t* mask, in
         if constexpr (sizeof(T) == 1) return m != 0 ? v : s;
         else return simd::widen<U>(m) != 0 ? v : s;
     };
-    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
-        for (int y = 0; y < size.height; ++y) {
-            T* p = row_at(image, step, y);
-            binary_row<T>(row_at(mask, mask_step, y), p, p, size.width, select, stores);
-        }
-        if (stores) simd::stream_fence();
-    });
+    for (int y = 0; y < size.height; ++y) {
+        T* p = row_at(image, step, y);
+        binary_row<T>(row_at(mask, mask_step, y), p, p, size.width, select);
+    }
     return st_ok;
 }
 
