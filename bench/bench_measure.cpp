@@ -99,44 +99,28 @@ const Case min_max_32f("img_min_max 32f C1", [] {
     return t;
 });
 
-const Case min_max_8u_c3("img_min_max 8u C3", [] {
-    auto a = frame(lum_fmt_8u, lum_color);
+// minMaxLoc takes one channel: split, then three calls.
+template <class T>
+Timed min_max_c3_case(lum_data_format f) {
+    auto a = frame(f, lum_color);
     Timed t{[a] {
-                uint8_t lo[3], hi[3];
+                T lo[3], hi[3];
                 lum_img_min_max(a->handle(), lo, hi);
             },
-            {}, ""};
+            {}, "OpenCV: split + 3 x minMaxLoc"};
 #ifdef LUM_HAVE_OPENCV
     t.reference = [a] {
-        // minMaxLoc takes one channel: split, then three calls.
         std::vector<cv::Mat> planes;
         cv::split(a->mat(), planes);
         double lo, hi;
         for (auto& p : planes) cv::minMaxLoc(p, &lo, &hi);
     };
 #endif
-    t.note = "OpenCV: split + 3 x minMaxLoc";
     return t;
-});
+}
 
-const Case min_max_16u_c3("img_min_max 16u C3", [] {
-    auto a = frame(lum_fmt_16u, lum_color);
-    Timed t{[a] {
-                uint16_t lo[3], hi[3];
-                lum_img_min_max(a->handle(), lo, hi);
-            },
-            {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        std::vector<cv::Mat> planes;
-        cv::split(a->mat(), planes);
-        double lo, hi;
-        for (auto& p : planes) cv::minMaxLoc(p, &lo, &hi);
-    };
-#endif
-    t.note = "OpenCV: split + 3 x minMaxLoc";
-    return t;
-});
+const Case min_max_8u_c3("img_min_max 8u C3", [] { return min_max_c3_case<uint8_t>(lum_fmt_8u); });
+const Case min_max_16u_c3("img_min_max 16u C3", [] { return min_max_c3_case<uint16_t>(lum_fmt_16u); });
 
 const Case mean_sd_8u("img_mean_stddev 8u C1", [] {
     auto a = frame(lum_fmt_8u);

@@ -1,5 +1,6 @@
 // Binarization, clipping, morphology and masked statistics against OpenCV's
 // threshold, morphologyEx, erode/dilate, mean, meanStdDev and minMaxLoc.
+#include <functional>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -15,126 +16,77 @@ namespace {
 using F = std::shared_ptr<Frame>;
 F frame(lum_data_format f, lum_channels c = lum_gray) { return std::make_shared<Frame>(kWidth, kHeight, f, c); }
 
-const Case binarize_8u("binarization 8u (threshold BINARY)", [] {
-    F a = frame(lum_fmt_8u), b = frame(lum_fmt_8u);
-    Timed t{[a, b] { lum_binarization(a->handle(), b->handle(), 128); }, {}, ""};
+// One cv::threshold call: level, maximum and type.
+struct CvThreshold {
+    double level, max;
+    int type;
+};
+
+Timed binarize_case(lum_data_format f, int32_t threshold, [[maybe_unused]] CvThreshold cv) {
+    F a = frame(f), b = frame(f);
+    Timed t{[a, b, threshold] { lum_binarization(a->handle(), b->handle(), threshold); }, {}, ""};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [a, b] {
+    t.reference = [a, b, cv] {
         cv::Mat d = b->mat();
-        cv::threshold(a->mat(), d, 127, 255, cv::THRESH_BINARY);
+        cv::threshold(a->mat(), d, cv.level, cv.max, cv.type);
     };
 #endif
     return t;
-});
+}
 
-const Case binarize_8u_inverted("binarization 8u inverted (BINARY_INV)", [] {
-    F a = frame(lum_fmt_8u), b = frame(lum_fmt_8u);
-    Timed t{[a, b] { lum_binarization(a->handle(), b->handle(), -128); }, {}, ""};
+// An in-place operation against OpenCV's thresholds run in place one after the other.
+Timed in_place_case(lum_data_format f, std::function<void(int32_t)> ours,
+                    [[maybe_unused]] std::vector<CvThreshold> steps) {
+    F a = frame(f);
+    Timed t{[a, ours] { ours(a->handle()); }, {}, steps.size() > 1 ? "OpenCV: two passes" : ""};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [a, b] {
-        cv::Mat d = b->mat();
-        cv::threshold(a->mat(), d, 127, 255, cv::THRESH_BINARY_INV);
+    t.reference = [a, steps] {
+        cv::Mat m = a->mat();
+        for (const CvThreshold& s : steps) cv::threshold(m, m, s.level, s.max, s.type);
     };
 #endif
     return t;
-});
+}
 
-const Case binarize_16u("binarization 16u (threshold BINARY)", [] {
-    F a = frame(lum_fmt_16u), b = frame(lum_fmt_16u);
-    Timed t{[a, b] { lum_binarization(a->handle(), b->handle(), 30000); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a, b] {
-        cv::Mat d = b->mat();
-        cv::threshold(a->mat(), d, 29999, 65535, cv::THRESH_BINARY);
-    };
+#ifndef LUM_HAVE_OPENCV
+namespace cv {
+enum { THRESH_BINARY, THRESH_BINARY_INV, THRESH_TRUNC, THRESH_TOZERO };
+}
 #endif
-    return t;
-});
 
+constexpr float kNoBound = std::numeric_limits<float>::quiet_NaN();
+
+const Case binarize_8u("binarization 8u (threshold BINARY)",
+                       [] { return binarize_case(lum_fmt_8u, 128, {127, 255, cv::THRESH_BINARY}); });
+const Case binarize_8u_inverted("binarization 8u inverted (BINARY_INV)",
+                                [] { return binarize_case(lum_fmt_8u, -128, {127, 255, cv::THRESH_BINARY_INV}); });
+const Case binarize_16u("binarization 16u (threshold BINARY)",
+                        [] { return binarize_case(lum_fmt_16u, 30000, {29999, 65535, cv::THRESH_BINARY}); });
 const Case binarize_16u_inverted("binarization 16u inverted (BINARY_INV)", [] {
-    F a = frame(lum_fmt_16u), b = frame(lum_fmt_16u);
-    Timed t{[a, b] { lum_binarization(a->handle(), b->handle(), -30000); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a, b] {
-        cv::Mat d = b->mat();
-        cv::threshold(a->mat(), d, 29999, 65535, cv::THRESH_BINARY_INV);
-    };
-#endif
-    return t;
+    return binarize_case(lum_fmt_16u, -30000, {29999, 65535, cv::THRESH_BINARY_INV});
 });
-
 const Case binarize_inplace_8u("binarizationI 8u (threshold BINARY in place)", [] {
-    F a = frame(lum_fmt_8u);
-    Timed t{[a] { lum_binarizationI(a->handle(), 100.0f, 0.0f, 255.0f); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        cv::Mat m = a->mat();
-        cv::threshold(m, m, 99, 255, cv::THRESH_BINARY);
-    };
-#endif
-    return t;
+    return in_place_case(lum_fmt_8u, [](int32_t h) { lum_binarizationI(h, 100.0f, 0.0f, 255.0f); },
+                         {{99, 255, cv::THRESH_BINARY}});
 });
-
 const Case binarize_inplace_16u("binarizationI 16u (threshold BINARY in place)", [] {
-    F a = frame(lum_fmt_16u);
-    Timed t{[a] { lum_binarizationI(a->handle(), 30000.0f, 0.0f, 65535.0f); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        cv::Mat m = a->mat();
-        cv::threshold(m, m, 29999, 65535, cv::THRESH_BINARY);
-    };
-#endif
-    return t;
+    return in_place_case(lum_fmt_16u, [](int32_t h) { lum_binarizationI(h, 30000.0f, 0.0f, 65535.0f); },
+                         {{29999, 65535, cv::THRESH_BINARY}});
 });
-
 const Case clip_high_8u("clipI 8u high only (threshold TRUNC)", [] {
-    F a = frame(lum_fmt_8u);
-    Timed t{[a] { lum_clipI(a->handle(), std::numeric_limits<float>::quiet_NaN(), 200.0f); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        cv::Mat m = a->mat();
-        cv::threshold(m, m, 200, 0, cv::THRESH_TRUNC);
-    };
-#endif
-    return t;
+    return in_place_case(lum_fmt_8u, [](int32_t h) { lum_clipI(h, kNoBound, 200.0f); }, {{200, 0, cv::THRESH_TRUNC}});
 });
-
 const Case clip_high_16u("clipI 16u high only (threshold TRUNC)", [] {
-    F a = frame(lum_fmt_16u);
-    Timed t{[a] { lum_clipI(a->handle(), std::numeric_limits<float>::quiet_NaN(), 60000.0f); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        cv::Mat m = a->mat();
-        cv::threshold(m, m, 60000, 0, cv::THRESH_TRUNC);
-    };
-#endif
-    return t;
+    return in_place_case(lum_fmt_16u, [](int32_t h) { lum_clipI(h, kNoBound, 60000.0f); },
+                         {{60000, 0, cv::THRESH_TRUNC}});
 });
-
 const Case clip_both_8u("clipI 8u both bounds (TRUNC + TOZERO)", [] {
-    F a = frame(lum_fmt_8u);
-    Timed t{[a] { lum_clipI(a->handle(), 10.0f, 200.0f); }, {}, "OpenCV: two passes"};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        cv::Mat m = a->mat();
-        cv::threshold(m, m, 200, 0, cv::THRESH_TRUNC);
-        cv::threshold(m, m, 10, 0, cv::THRESH_TOZERO);
-    };
-#endif
-    return t;
+    return in_place_case(lum_fmt_8u, [](int32_t h) { lum_clipI(h, 10.0f, 200.0f); },
+                         {{200, 0, cv::THRESH_TRUNC}, {10, 0, cv::THRESH_TOZERO}});
 });
-
 const Case clip_both_16u("clipI 16u both bounds (TRUNC + TOZERO)", [] {
-    F a = frame(lum_fmt_16u);
-    Timed t{[a] { lum_clipI(a->handle(), 1000.0f, 60000.0f); }, {}, "OpenCV: two passes"};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        cv::Mat m = a->mat();
-        cv::threshold(m, m, 60000, 0, cv::THRESH_TRUNC);
-        cv::threshold(m, m, 1000, 0, cv::THRESH_TOZERO);
-    };
-#endif
-    return t;
+    return in_place_case(lum_fmt_16u, [](int32_t h) { lum_clipI(h, 1000.0f, 60000.0f); },
+                         {{60000, 0, cv::THRESH_TRUNC}, {1000, 0, cv::THRESH_TOZERO}});
 });
 
 const Case below_to_zero_32f("below-to-value 32f in place (TOZERO)", [] {
