@@ -156,12 +156,11 @@ int8_t binarization_inplace(img* image, float a, float b, float c) {
     if (!region_fits(*image, 0, 0, image->width, image->height)) return beyond_image;
     const prim::Size size = size_of(*image);
     const int step = step_of(*image);
-    switch (image->pix_type) {
-        case lum_fmt_8u: return binarize_inplace_int(pixel_at<uint8_t>(*image, 0, 0), step, size, a, b, c);
-        case lum_fmt_16u: return binarize_inplace_int(pixel_at<uint16_t>(*image, 0, 0), step, size, a, b, c);
-        case lum_fmt_32f: return binarize_inplace_float(pixel_at<float>(*image, 0, 0), step, size, a, b, c);
-        default: return bad_format;
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(image->pix_type, [&]<class T>() -> int8_t {
+        T* p = pixel_at<T>(*image, 0, 0);
+        if constexpr (is_float_sample<T>) return binarize_inplace_float(p, step, size, a, b, c);
+        else return binarize_inplace_int(p, step, size, a, b, c);
+    });
 }
 
 // A NaN bound leaves its side unclipped.
@@ -181,15 +180,11 @@ int8_t clip_inplace(img* image, float low, float high) {
     if ((has_low || has_high) && static_cast<double>(low - high) > 1e-7) return out_of_range;
     const prim::Size size = size_of(*image);
     const int step = step_of(*image);
-    switch (image->pix_type) {
-        case lum_fmt_8u:
-            return clip(pixel_at<uint8_t>(*image, 0, 0), step, size, truncate(low), truncate(high), has_low, has_high);
-        case lum_fmt_16u:
-            return clip(pixel_at<uint16_t>(*image, 0, 0), step, size, truncate(low), truncate(high), has_low,
-                        has_high);
-        case lum_fmt_32f: return clip(pixel_at<float>(*image, 0, 0), step, size, low, high, has_low, has_high);
-        default: return bad_format;
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(image->pix_type, [&]<class T>() -> int8_t {
+        T* p = pixel_at<T>(*image, 0, 0);
+        if constexpr (is_float_sample<T>) return clip(p, step, size, low, high, has_low, has_high);
+        else return clip(p, step, size, truncate(low), truncate(high), has_low, has_high);
+    });
 }
 
 }  // namespace

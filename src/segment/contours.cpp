@@ -285,14 +285,9 @@ int8_t trace_image(const img& im, contour_set& set) {
     const int64_t pitch = static_cast<int64_t>(im.step_bytes) / bps;
     if (im.width >= 2 && im.height >= 2 && !span_fits(im, 0, im.height, pitch * bps, int64_t(im.width) * bps))
         return beyond_image;
-    int status;
-    if (bps == 1)
-        status = tracer<uint8_t>(static_cast<const uint8_t*>(im.frame_buf), pitch, im.width, im.height)
-                     .trace_into(set);
-    else
-        status = tracer<uint16_t>(static_cast<const uint16_t*>(im.frame_buf), pitch, im.width, im.height)
-                     .trace_into(set);
-    return map_status(status);
+    return with_sample_type<uint8_t, uint16_t>(im.pix_type, [&]<class T>() -> int8_t {
+        return map_status(tracer<T>(static_cast<const T*>(im.frame_buf), pitch, im.width, im.height).trace_into(set));
+    });
 }
 
 int32_t find_contours(const img& im, uint32_t* total, uint32_t* count) {

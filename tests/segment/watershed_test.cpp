@@ -147,4 +147,38 @@ TEST(Watershed, SameLabelsAsTheDirectImplementation) {
     }
 }
 
+// The same flooding on caller's buffers: 16-bit source and markers at odd
+// addresses with odd steps, in every processor variant.
+TEST(Watershed, BorrowedBuffersAtOddAddresses) {
+    const int w = 37, h = 23, step = 2 * w + 3;
+    Image src(w, h, lum_fmt_16u, lum_gray), markers(w, h, lum_fmt_16u, lum_gray);
+    std::mt19937 rng(5);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) src.at<uint16_t>(x, y) = uint16_t(rng() % 9 * 1000);
+    for (int s = 0; s < 12; ++s) markers.at<uint16_t>(int(rng() % w), int(rng() % h)) = uint16_t(1 + s);
+    const auto want = reference_watershed<uint16_t>(src, markers);
+    lum::test::for_each_variant([&](int) {
+        std::vector<uint8_t> src_bytes(size_t(step) * h + 1), marker_bytes(size_t(step) * h + 1);
+        for (int y = 0; y < h; ++y) {
+            std::memcpy(&src_bytes[1 + size_t(y) * step], src.row(y), 2 * w);
+            std::memcpy(&marker_bytes[1 + size_t(y) * step], markers.row(y), 2 * w);
+        }
+        lum_info si{w, h, 0, 0, uint32_t(step), lum_fmt_16u, 16, lum_gray, &src_bytes[1]};
+        lum_info mi = si;
+        mi.frame_buf = &marker_bytes[1];
+        Image lent_src, lent_markers;
+        ASSERT_EQ(lum_init_image_ex(lent_src, &si), 0);
+        ASSERT_EQ(lum_init_image_ex(lent_markers, &mi), 0);
+        ASSERT_EQ(lum_watershed(lent_src, lent_markers), 0);
+        std::vector<uint16_t> got;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                uint16_t v;
+                std::memcpy(&v, &marker_bytes[1 + size_t(y) * step + 2 * x], 2);
+                got.push_back(v);
+            }
+        ASSERT_EQ(got, want);
+    });
+}
+
 }  // namespace
