@@ -181,13 +181,19 @@ void horizontal_window(const T* s, T* out, T* pad, T* alt, const Plane& pl, cons
     const int64_t n = pl.n;
     if (el.w <= kDirect) return window_direct<Max>(s, out, n, pl.c, pl.width, el.w, el.ax);
     const int64_t np = (int64_t{pl.width} + el.w - 1) * pl.c;
-    pad_row(s, pad, n, pl.c, el.ax, el.w - 1 - el.ax);
     const int kw = floor_log2(el.w);
     const int64_t pw = int64_t{1} << kw;
-    T* cur = pad;
-    T* other = alt;
-    int64_t len = np;
-    for (int k = 1; k <= kw; ++k) {
+    // The first doubling reads the source row where both pixels lie in it, and
+    // the padded row's replicated edge pixels only at its ends.
+    const int c = pl.c;
+    const int64_t lo = int64_t{el.ax} * c;
+    int64_t len = np - c;
+    if (n > c) combine<Max>(s, s + c, alt + lo, n - c);
+    for (int64_t i = 0; i < len; i = i + 1 == lo ? lo + (n > c ? n - c : 0) : i + 1)
+        alt[i] = pick<Max>(edge_sample(s, i, c, pl.width, -el.ax), edge_sample(s, i + c, c, pl.width, -el.ax));
+    T* cur = alt;
+    T* other = pad;
+    for (int k = 2; k <= kw; ++k) {
         const int64_t shift = (int64_t{1} << (k - 1)) * pl.c;
         len -= shift;
         combine<Max>(cur, cur + shift, other, len);
