@@ -115,40 +115,28 @@ void histogram_float(const float* src, int step, Size size, uint32_t* counts, co
         }
         return;
     }
-    using D = simd::vec<double>;
-    using F = simd::lanes_of<float, double>;
-    using J = simd::lanes_of<int32_t, double>;
-    constexpr int L = simd::lanes<double>;
     uint32_t* hist = reinterpret_cast<uint32_t*>(buffer);  // bins, then one for samples outside
     int32_t* index = reinterpret_cast<int32_t*>(buffer + align64((bins + 1) * 4));
     for (int64_t k = 0; k <= bins; ++k) hist[k] = 0;
-    // Adding and removing 1.5 × 2^52 rounds a double below 2^51 to an integer, halves to even.
-    const double magic = 6755399441055744.0, scale = divisor / range;
-    const J miss = J{} + static_cast<int32_t>(bins);
-    auto bin_of = [&](F f) {
-        const D d = simd::convert<double>(f);
-        const auto inside = (d >= lower) & (d < top);
-        D e = (d - lower) * scale;
-        e = e > 0.0 ? e : D{};  // also for a sample that is not a number
-        e = e < divisor ? e : D{} + divisor;
-        const D j = (e + magic) - magic;
-        const D level_j = lower + (j * range) / divisor;
-        const J k = __builtin_convertvector(j, J) + __builtin_convertvector(d < level_j, J);
-        return __builtin_convertvector(inside, J) ? k : miss;
-    };
+    const double scale = divisor / range;
+    const int32_t miss = static_cast<int32_t>(bins);
     for (int y = 0; y < size.height; ++y) {
         const float* p = row_at(src, step, y);
         for (int x0 = 0; x0 < size.width; x0 += kIndexChunk) {
             const int n = size.width - x0 < kIndexChunk ? size.width - x0 : kIndexChunk;
-            int x = 0;
-            for (; x + 2 * L <= n; x += 2 * L) {
-                const J a = bin_of(simd::load_as<F>(p + x0 + x)), b = bin_of(simd::load_as<F>(p + x0 + x + L));
-                simd::store(index + x, a);
-                simd::store(index + x + L, b);
+            // A loop without branches, which the compiler turns into whole vectors of samples.
+            for (int x = 0; x < n; ++x) {
+                const double d = load_one(p + x0 + x);
+                const int inside = (d >= lower) & (d < top);
+                double e = (d - lower) * scale;
+                e = e > 0.0 ? e : 0.0;  // also for a sample that is not a number
+                e = e < divisor ? e : divisor;
+                const double j = std::nearbyint(e);
+                const double level_j = lower + (j * range) / divisor;
+                const int32_t k = static_cast<int32_t>(j) - (d < level_j);
+                index[x] = inside ? k : miss;
             }
-            for (; x + L <= n; x += L) simd::store(index + x, bin_of(simd::load_as<F>(p + x0 + x)));
-            if (x < n) simd::store_first(index + x, bin_of(simd::load_first<F>(p + x0 + x, n - x)), n - x);
-            for (x = 0; x < n; ++x) ++hist[index[x]];
+            for (int x = 0; x < n; ++x) ++hist[index[x]];
         }
     }
     for (int64_t k = 0; k < bins; ++k) counts[k] = hist[k];
