@@ -29,9 +29,26 @@ int8_t otsu_8u(const img& im, const lum_rect& rect, int32_t* threshold) {
 // counted once and each value present goes through the same scaling and
 // narrowing kernels as a table, which gives the same 8-bit counts.
 int8_t otsu_16u(const img& im, const lum_rect& rect, int32_t* threshold) {
+    const auto counts = make_scratch<uint32_t>(65536);
+    const auto work = make_scratch<uint8_t>(prim::value_count_work_bytes<uint16_t>());
+    const uint16_t* samples = static_cast<const uint16_t*>(im.frame_buf);
+    // A rectangle of the whole image's size is counted once: its counts also
+    // give the extremes.
+    const bool whole_area = rect.width == im.width && rect.height == im.height && counts && work;
     uint16_t lowest[3] = {}, highest[3] = {};
-    const lum_rect all = whole(im);
-    LUM_CHECK(min_max(&im, &all, lowest, highest));
+    if (whole_area) {
+        if (!region_fits(im, 0, 0, im.width, im.height)) return beyond_image;
+        LUM_CHECK(map_status(prim::count_values<uint16_t>(samples, step_of(im), size_of(im), counts.get(), work.get())));
+        int v = 0;
+        while (counts[v] == 0) ++v;
+        lowest[0] = static_cast<uint16_t>(v);
+        for (v = 65535; counts[v] == 0; --v) {
+        }
+        highest[0] = static_cast<uint16_t>(v);
+    } else {
+        const lum_rect all = whole(im);
+        LUM_CHECK(min_max(&im, &all, lowest, highest));
+    }
     if (lowest[0] == highest[0]) {  // nothing to separate: the value itself
         *threshold = lowest[0];
         return ok;
@@ -41,8 +58,6 @@ int8_t otsu_16u(const img& im, const lum_rect& rect, int32_t* threshold) {
 
     // Scratch that cannot be had ends the operation as an uninitialised temporary image would.
     const int values = highest[0] - lowest[0] + 1;
-    const auto counts = make_scratch<uint32_t>(65536);
-    const auto work = make_scratch<uint8_t>(prim::value_count_work_bytes<uint16_t>());
     const auto stretched = make_scratch<uint16_t>(2 * int64_t{values});
     const auto narrowed = make_scratch<uint8_t>(values);
     if (!counts || !work || !stretched || !narrowed) return not_initialised;
@@ -53,8 +68,9 @@ int8_t otsu_16u(const img& im, const lum_rect& rect, int32_t* threshold) {
     LUM_CHECK(map_status(prim::convert_16u8u_c1r(stretched.get(), 2 * values, narrowed.get(), values, line)));
 
     // Every sample lies between the extremes, so each has its table entry.
-    LUM_CHECK(map_status(prim::count_values<uint16_t>(static_cast<const uint16_t*>(im.frame_buf), step_of(im),
-                                                      size_of(rect), counts.get(), work.get())));
+    if (!whole_area)
+        LUM_CHECK(map_status(
+            prim::count_values<uint16_t>(samples, step_of(im), size_of(rect), counts.get(), work.get())));
     uint32_t h[256] = {};
     for (int v = 0; v < values; ++v) h[narrowed[v]] += counts[lowest[0] + v];
     const uint8_t t8 = prim::otsu_threshold_of(h);

@@ -130,6 +130,34 @@ TEST(Otsu, SixteenBitThresholdComesBackInSixteenBitUnits) {
 
 // Samples 257 * v span the whole 16-bit range when v spans 0..255, so the
 // rescaled image is v itself and the threshold is 257 times the 8-bit one.
+// The 16-bit path is the 8-bit threshold of the image scaled through its
+// extremes and narrowed, mapped back: the same steps run one by one through
+// the interface give the same threshold, for the whole image and for a
+// rectangle (measured at the top-left corner).
+TEST(Otsu, SixteenBitPathFollowsScalingAndNarrowing) {
+    std::mt19937 rng(11);
+    for (int round = 0; round < 16; ++round) {
+        const int w = 9 + round * 13, h = 5 + round * 3;
+        Image wide(w, h, lum_fmt_16u, lum_gray, 12), scaled(w, h, lum_fmt_16u, lum_gray), narrow(w, h, lum_fmt_8u, lum_gray);
+        const int base = int(rng() % 2000), spread = 1 + int(rng() % 2000);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) wide.at<uint16_t>(x, y) = uint16_t(base + int(rng() % spread) * (rng() % 3 ? 1 : 2));
+        uint16_t lo = 0, hi = 0;
+        ASSERT_EQ(lum_img_min_max(wide, &lo, &hi), 0);
+        if (lo == hi) continue;
+        const double a = 255.0 / double(hi - lo), b = -double(lo) * a;
+        ASSERT_EQ(lum_scale(wide, scaled, a, b), 0);
+        ASSERT_EQ(lum_convert(scaled, narrow), 0);
+        for (const lum_rect r : {lum_rect{0, 0, w, h}, lum_rect{3, 2, w - 4, h - 3}}) {
+            const lum_rect at_origin{0, 0, r.width, r.height};
+            int32_t t8 = -1, t16 = -1;
+            ASSERT_EQ(lum_otsu_get_threshold_rect(narrow, &at_origin, &t8), 0);
+            ASSERT_EQ(lum_otsu_get_threshold_rect(wide, &r, &t16), 0);
+            EXPECT_EQ(t16, int32_t((double(t8) - b) / a)) << "round " << round << " width " << r.width;
+        }
+    }
+}
+
 TEST(Otsu, SixteenBitPathMatchesTheEightBitImageItRescalesTo) {
     std::mt19937 rng(3);
     for (int round = 0; round < 12; ++round) {
