@@ -9,12 +9,7 @@ namespace lum::prim {
 
 namespace {
 
-constexpr int kSubHistograms8 = 8;
-constexpr int kSubHistograms16 = 2;
-// Float regions with at most this many levels are counted in the work
-// buffer by computed index; more levels take the exact search per sample.
-constexpr int kTabledLevels = 65537;
-constexpr int kIndexChunk = 1024;
+using namespace histogram_layout;
 
 bool known_type(int type) { return type >= hist_8u && type <= hist_32f; }
 

@@ -35,12 +35,25 @@ int histogram_init_uniform(int type, float lower, float upper, int levels, uint8
 LUM_KERNEL(histogram, (class T), (T),
            int(const T* src, int step, Size size, uint32_t* counts, const uint8_t* spec, uint8_t* buffer))
 
+// The work of the counting kernels, shared by the size queries and the loops.
+namespace histogram_layout {
+// Sub-histograms that 8-bit and 16-bit samples are counted into by value.
+constexpr int kSubHistograms8 = 8;
+constexpr int kSubHistograms16 = 2;
+// Float regions with at most this many levels are counted in the work buffer
+// by computed index, a chunk of a row at a time; more levels take the exact
+// search per sample.
+constexpr int kTabledLevels = 65537;
+constexpr int kIndexChunk = 1024;
+}  // namespace histogram_layout
+
 // Counts of every value of 8-bit (256) or 16-bit (65536) samples into counts;
 // `work` holds value_count_work_bytes<T>() bytes, any alignment.
 LUM_KERNEL(count_values, (class T), (T), int(const T* src, int step, Size size, uint32_t* counts, uint8_t* work))
 template <class T>
 constexpr int64_t value_count_work_bytes() {
-    return sizeof(T) == 1 ? 8 * 256 * 4 + 64 : 2 * 65536 * 4 + 64;
+    using namespace histogram_layout;
+    return sizeof(T) == 1 ? kSubHistograms8 * 256 * 4 + 64 : kSubHistograms16 * 65536 * 4 + 64;
 }
 
 // Otsu's threshold of an 8-bit region: the index of the first of the 256 bins

@@ -14,8 +14,7 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
-constexpr int kTabledLevels = 65537;
-constexpr int kIndexChunk = 1024;
+using namespace histogram_layout;
 
 // The work buffer's first 64-byte boundary: a caller's buffer may start anywhere.
 inline uint8_t* aligned(uint8_t* p) {
@@ -27,6 +26,7 @@ inline uint8_t* aligned(uint8_t* p) {
 // sub-histogram). One increment per sample is what bounds the loop: each is
 // a store to its own line.
 void count_8u(const uint8_t* src, int step, Size size, uint32_t* sub, uint32_t* raw) {
+    static_assert(kSubHistograms8 == 8, "one sub-histogram per byte of a 64-bit word");
     for (int i = 0; i < 8 * 256; ++i) sub[i] = 0;
     uint32_t* h[8];
     for (int i = 0; i < 8; ++i) h[i] = sub + 256 * i;
@@ -50,6 +50,7 @@ void count_8u(const uint8_t* src, int step, Size size, uint32_t* sub, uint32_t* 
 
 // Counts of each 16-bit value: two sub-histograms, added into raw[65536].
 void count_16u(const uint16_t* src, int step, Size size, uint32_t* sub, uint32_t* raw) {
+    static_assert(kSubHistograms16 == 2, "alternate samples in two sub-histograms");
     for (int i = 0; i < 2 * 65536; ++i) sub[i] = 0;
     uint32_t* h0 = sub;
     uint32_t* h1 = sub + 65536;
@@ -163,7 +164,7 @@ int histogram(const T* src, int step, Size size, uint32_t* counts, const uint8_t
         histogram_float(src, step, size, counts, s, work);
     } else {
         constexpr int values = sizeof(T) == 1 ? 256 : 65536;
-        constexpr int subs = sizeof(T) == 1 ? 8 : 2;
+        constexpr int subs = sizeof(T) == 1 ? kSubHistograms8 : kSubHistograms16;
         auto* sub = reinterpret_cast<uint32_t*>(work);
         uint32_t* bin = sub + subs * values;
         // The raw counts of the values land in the first sub-histogram.
@@ -181,7 +182,7 @@ int otsu_threshold_8u_c1(const uint8_t* src, int step, Size size, uint8_t* thres
     if (!src || !threshold) return st_null;
     if (empty_region(size)) return st_size;
     if (step < size.width) return st_bad_arg;
-    uint32_t sub[8 * 256];
+    uint32_t sub[kSubHistograms8 * 256];
     uint32_t h[256];
     count_8u(src, step, size, sub, h);
     *threshold = otsu_threshold_of(h);
