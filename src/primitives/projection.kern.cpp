@@ -91,7 +91,7 @@ int column_mean(const T* src, int step, Size size, T* row, void* work) {
         for (int x = 0; x < n; ++x) sums[x] = 0.0;
         for (int y = 0; y < size.height; ++y)
             binary_row<double>(row_at(src, step, y), sums, sums, n, [](simd::lanes_of<float, double> v, vec<double> s) {
-                return s + simd::convert<double>(v);
+                return s + simd::floats_to_doubles(v);
             });
         for (int x = 0; x < n; ++x) store_one(row + x, to_sample<T>(sums[x] / count));
     } else {

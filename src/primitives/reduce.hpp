@@ -101,30 +101,26 @@ struct integer_squares<uint16_t> {
 
 // Float samples of a row summed into Lanes double lanes: sample x of the row
 // goes to lane x mod Lanes. f(k, d, in) gets vector k of the lanes' doubles
-// and the mask of its lanes that hold samples.
+// and the mask of its lanes that hold samples; each vector of doubles comes
+// from one load of half a vector of floats.
 template <int Lanes>
 struct double_lanes {
     using D = simd::vec<double>;
+    using F = simd::vec<float, simd::kBytes / 2>;
     using Mask = simd::mask_of<D>;
-    static constexpr int kVectors = Lanes / simd::lanes<double>;
+    static constexpr int kLanes = simd::lanes<double>;
+    static constexpr int kVectors = Lanes / kLanes;
 
-    template <class F>
-    static void each(const float* s, int n, F&& f) {
-        using FV = simd::vec<float>;
-        constexpr int LF = simd::lanes<float>, LD = simd::lanes<double>;
+    template <class Fn>
+    static void each(const float* s, int n, Fn&& f) {
         const Mask all = Mask{} - 1;
         int x = 0;
         for (; x + Lanes <= n; x += Lanes)
-            for (int k = 0; k < Lanes / LF; ++k) {
-                const FV v = simd::load(s + x + k * LF);
-                f(2 * k, simd::convert<double>(simd::lower_half(v)), all);
-                f(2 * k + 1, simd::convert<double>(simd::upper_half(v)), all);
-            }
-        for (int k = 0; x + k * LF < n; ++k) {
-            const int valid = n - x - k * LF;
-            const FV v = simd::load_first<FV>(s + x + k * LF, valid);
-            f(2 * k, simd::convert<double>(simd::lower_half(v)), simd::first_lanes<Mask>(valid));
-            f(2 * k + 1, simd::convert<double>(simd::upper_half(v)), simd::first_lanes<Mask>(valid - LD));
+            for (int k = 0; k < kVectors; ++k) f(k, simd::floats_to_doubles(simd::load_as<F>(s + x + k * kLanes)), all);
+        for (int k = 0; x + k * kLanes < n; ++k) {
+            const int valid = n - x - k * kLanes;
+            f(k, simd::floats_to_doubles(simd::load_first<F>(s + x + k * kLanes, valid)),
+              simd::first_lanes<Mask>(valid));
         }
     }
 
@@ -132,7 +128,7 @@ struct double_lanes {
     static double total(const D (&lane)[kVectors]) {
         double t = 0;
         for (int k = 0; k < kVectors; ++k)
-            for (int i = 0; i < simd::lanes<double>; ++i) t += lane[k][i];
+            for (int i = 0; i < kLanes; ++i) t += lane[k][i];
         return t;
     }
 

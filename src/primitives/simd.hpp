@@ -570,6 +570,24 @@ inline auto madd(V a, V b) {
     return r;
 }
 
+// Float lanes as doubles, lane count kept, one conversion instruction per
+// register (GCC 12 takes vector conversions to doubles apart lane by lane).
+template <class V>
+inline auto floats_to_doubles(V v) {
+    static_assert(std::is_same_v<element_t<V>, float>, "float lanes");
+    using R = vec<double, 2 * static_cast<int>(sizeof(V))>;
+#if defined(__AVX512F__)
+    if constexpr (sizeof(R) == 64) return (R)_mm512_cvtps_pd((__m256)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(R) == 32) return (R)_mm256_cvtps_pd((__m128)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(R) == 16) return (R)_mm_cvtps_pd(_mm_castsi128_ps(detail::to_m128(v)));
+#endif
+    return __builtin_convertvector(v, R);
+}
+
 // One bit per lane of a comparison result (lanes all ones or all zeros):
 // lane i gives bit i.
 template <class M>
