@@ -52,41 +52,50 @@ inline simd::vec<T> fold_tail(const T* const (&r)[N], const T* d, int64_t x, int
     return m;
 }
 
-template <bool Max, int N, bool First, class T>
-void fold_into(const T* const* p, T* d, int64_t n) {
+template <bool Max, int N, bool First, class Stream = cached_stores, class T>
+void fold_into(const T* const* p, T* d, int64_t n, Stream = {}) {
+    using V = simd::vec<T>;
     constexpr int L = simd::lanes<T>;
     constexpr auto rest = std::make_index_sequence<First ? N - 1 : N>();
     const T* r[N];
     for (int i = 0; i < N; ++i) r[i] = p[i];
     int64_t x = 0;
-    for (; x + L <= n; x += L) simd::store(d + x, fold_vector<Max, N, First>(r, d, x, rest));
-    if (x < n) {
-        const int k = static_cast<int>(n - x);
-        simd::store_first(d + x, fold_tail<Max, N, First>(r, d, x, k, rest), k);
+    auto partial = [&](int64_t at, int k) {
+        simd::store_first(d + at, fold_tail<Max, N, First>(r, d, at, k, rest), k);
+    };
+    if constexpr (Stream::value) {
+        // Streaming stores from the first vector boundary on; the head before it is one partial step.
+        const int head = elements_to_alignment<V>(d);
+        if (head >= 0 && n - head >= 2 * L) {
+            if (head > 0) partial(0, head);
+            for (x = head; x + L <= n; x += L) simd::stream(d + x, fold_vector<Max, N, First>(r, d, x, rest));
+        }
     }
+    for (; x + L <= n; x += L) simd::store(d + x, fold_vector<Max, N, First>(r, d, x, rest));
+    if (x < n) partial(x, static_cast<int>(n - x));
 }
 
-template <bool Max, int N, class T>
-void fold_into(const T* const* p, T* d, int64_t n, bool first) {
-    if (first) fold_into<Max, N, true>(p, d, n);
-    else fold_into<Max, N, false>(p, d, n);
+template <bool Max, int N, class Stream, class T>
+void fold_into(const T* const* p, T* d, int64_t n, bool first, Stream stream) {
+    if (first) fold_into<Max, N, true>(p, d, n, stream);
+    else fold_into<Max, N, false>(p, d, n, stream);
 }
 
 // fold_into for 1 to kDirect rows: windows of up to kDirect pixels or rows
 // are combined directly.
 constexpr int kDirect = 8;
-template <bool Max, class T, int N = 1>
-void fold_rows(const T* const* p, int count, T* d, int64_t n, bool first) {
+template <bool Max, class T, int N = 1, class Stream = cached_stores>
+void fold_rows(const T* const* p, int count, T* d, int64_t n, bool first, Stream stream = {}) {
     if constexpr (N < kDirect) {
-        if (count > N) return fold_rows<Max, T, N + 1>(p, count, d, n, first);
+        if (count > N) return fold_rows<Max, T, N + 1>(p, count, d, n, first, stream);
     }
-    fold_into<Max, N>(p, d, n, first);
+    fold_into<Max, N>(p, d, n, first, stream);
 }
 
-template <bool Max, class T>
-void combine(const T* a, const T* b, T* d, int64_t n) {
+template <bool Max, class T, class Stream = cached_stores>
+void combine(const T* a, const T* b, T* d, int64_t n, Stream stream = {}) {
     const T* p[2] = {a, b};
-    fold_into<Max, 2, true>(p, d, n);
+    fold_into<Max, 2, true>(p, d, n, stream);
 }
 
 // Pads `left` and `right` copies of the edge pixels around one row of n samples.
@@ -232,11 +241,13 @@ public:
         }
     }
 
-    void feed(const T* row, T* out, int out_step) {
+    // Output rows go out through streaming stores when `stream` says so.
+    template <class Stream = cached_stores>
+    void feed(const T* row, T* out, int out_step, Stream stream = {}) {
         const int64_t u = u_++;
         T* d = u >= el_.h - 1 ? row_at(out, out_step, static_cast<int>(u - el_.h + 1)) : nullptr;
-        if (el_.full) rectangle_step(row, u, d);
-        else runs_step(row, u, d);
+        if (el_.full) rectangle_step(row, u, d, stream);
+        else runs_step(row, u, d, stream);
     }
 
 private:
@@ -246,7 +257,8 @@ private:
     // at levels + (k * ring + s) * n.
     T* level_row(int k, int64_t u) const { return scratch_ + 2 * np_ + (k * ring_ + slot(u)) * pl_.n; }
 
-    void rectangle_step(const T* row, int64_t u, T* d) {
+    template <class Stream>
+    void rectangle_step(const T* row, int64_t u, T* d, Stream stream) {
         const int64_t n = pl_.n;
         horizontal_window<Max>(row, level_row(0, u), scratch_, scratch_ + np_, pl_, el_);
         for (int k = 1; k <= kv_; ++k) {
@@ -259,17 +271,18 @@ private:
         if (direct_) {
             const T* rows[kDirect];
             for (int j = 0; j < el_.h; ++j) rows[j] = level_row(0, y + j);
-            fold_rows<Max>(rows, el_.h, d, n, true);
+            fold_rows<Max>(rows, el_.h, d, n, true, stream);
         } else {
             const int64_t q = int64_t{1} << kv_;
-            combine<Max>(level_row(kv_, y), level_row(kv_, y + el_.h - q), d, n);
+            combine<Max>(level_row(kv_, y), level_row(kv_, y + el_.h - q), d, n, stream);
         }
     }
 
     // Runs rows: level k of the padded row in slot s at (s * (kw + 1) + k) * np.
     T* run_row(int k, int64_t u) const { return scratch_ + (slot(u) * (kw_ + 1) + k) * np_; }
 
-    void runs_step(const T* row, int64_t u, T* d) {
+    template <class Stream>
+    void runs_step(const T* row, int64_t u, T* d, Stream stream) {
         const int64_t n = pl_.n;
         pad_row(row, run_row(0, u), n, pl_.c, el_.ax, el_.w - 1 - el_.ax);
         int64_t len = np_;
@@ -292,14 +305,14 @@ private:
                 group[count++] = base + int64_t{l} * pl_.c;
                 group[count++] = base + (int64_t{l} + length - (int64_t{1} << k)) * pl_.c;
                 if (count == 8) {
-                    fold_rows<Max>(group, 8, d, n, first);
+                    fold_rows<Max>(group, 8, d, n, first, stream);
                     first = false;
                     count = 0;
                 }
             }
         }
         if (count > 0) {
-            fold_rows<Max>(group, count, d, n, first);
+            fold_rows<Max>(group, count, d, n, first, stream);
         } else if (first) {
             // An element without a single non-zero byte.
             const T none = Max ? bottom_value<T>() : top_value<T>();
@@ -320,12 +333,25 @@ inline const T* clamped_row(const T* src, int step, const Plane& pl, int64_t y) 
     return row_at(src, step, static_cast<int>(y < 0 ? 0 : y >= pl.height ? pl.height - 1 : y));
 }
 
+// A destination larger than the caches, and not the source, is written with
+// streaming stores (the row loops' policy).
+template <class T, class Body>
+void with_destination_stores(const T* src, T* dst, const Plane& pl, Body&& body) {
+    with_stores_for(src == dst ? 0 : pl.n * pl.height * static_cast<int64_t>(sizeof(T)), [&](auto stores) {
+        body(stores);
+        if (stores) simd::stream_fence();
+    });
+}
+
 // One pass from the source rows into the destination.
 template <bool Max, class T>
 void one_pass(const T* src, int src_step, T* dst, int dst_step, const Plane& pl, const Element& el, T* scratch) {
     row_filter<Max, T> pass(el, pl, scratch);
     const int64_t last = int64_t{pl.height} + el.h - 2;
-    for (int64_t u = 0; u <= last; ++u) pass.feed(clamped_row(src, src_step, pl, u - el.ay), dst, dst_step);
+    with_destination_stores(src, dst, pl, [&](auto stores) {
+        for (int64_t u = 0; u <= last; ++u)
+            pass.feed(clamped_row(src, src_step, pl, u - el.ay), dst, dst_step, stores);
+    });
 }
 
 // Two passes chained row by row: each row the first pass completes goes
@@ -337,13 +363,15 @@ void two_passes(const T* src, int src_step, T* dst, int dst_step, const Plane& p
     row_filter<FirstMax, T> first(el, pl, scratch);
     row_filter<!FirstMax, T> second(el, pl, second_scratch);
     const int64_t last = int64_t{pl.height} + el.h - 2;
-    for (int64_t u = 0; u <= last; ++u) {
-        first.feed(clamped_row(src, src_step, pl, u - el.ay), middle, 0);
-        const int64_t r = u - el.h + 1;
-        if (r < 0) continue;
-        const int repeats = (r == 0 ? el.ay + 1 : 1) + (r == pl.height - 1 ? el.h - 1 - el.ay : 0);
-        for (int k = 0; k < repeats; ++k) second.feed(middle, dst, dst_step);
-    }
+    with_destination_stores(src, dst, pl, [&](auto stores) {
+        for (int64_t u = 0; u <= last; ++u) {
+            first.feed(clamped_row(src, src_step, pl, u - el.ay), middle, 0);
+            const int64_t r = u - el.h + 1;
+            if (r < 0) continue;
+            const int repeats = (r == 0 ? el.ay + 1 : 1) + (r == pl.height - 1 ? el.h - 1 - el.ay : 0);
+            for (int k = 0; k < repeats; ++k) second.feed(middle, dst, dst_step, stores);
+        }
+    });
 }
 
 }  // namespace

@@ -136,6 +136,17 @@ TEST(ProjectionKernels, AccumulatorMeanRoundsAndSaturates) {
         check_accumulator_mean<uint8_t>(3);
         check_accumulator_mean<uint16_t>(16);
         check_accumulator_mean<float>(7);
+        // A destination larger than the caches, written with streaming stores.
+        const int w = 1501, h = 1400;
+        Region<float> acc(w, h, 9);
+        Region<uint16_t> got(w, h, 10), want = got;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) {
+                acc.set(x, y, float((x * 7 + y * 13) % 5000) * 3.0f);
+                want.set(x, y, rounded<uint16_t>(acc.get(x, y) / 3.0f));
+            }
+        ASSERT_EQ(lum::prim::accumulator_mean<uint16_t>(acc.data(), acc.step, got.data(), got.step, acc.size(), 3), 0);
+        ASSERT_EQ(got.bytes, want.bytes);
     });
     float acc[2] = {1e9f, -5.0f};
     uint16_t out[2];
