@@ -295,20 +295,21 @@ private:
         if (!d) return;
         const int64_t y = u - el_.h + 1;
         const T* group[8];
-        int count = 0;
+        int count = 0, left = el_.row_start[el_.h];  // runs not yet folded
         bool first = true;
         for (int j = 0; j < el_.h; ++j) {
-            for (int r = el_.row_start[j]; r < el_.row_start[j + 1]; ++r) {
+            for (int r = el_.row_start[j]; r < el_.row_start[j + 1]; ++r, --left) {
                 const int l = el_.runs[2 * r], length = el_.runs[2 * r + 1];
                 const int k = floor_log2(length);
                 const T* base = run_row(k, y + j);
                 group[count++] = base + int64_t{l} * pl_.c;
                 group[count++] = base + (int64_t{l} + length - (int64_t{1} << k)) * pl_.c;
-                if (count == 8) {
-                    fold_rows<Max>(group, 8, d, n, first, stream);
-                    first = false;
-                    count = 0;
-                }
+                if (count < 8) continue;
+                // The row is read back by every group but the last: only the last may stream it out.
+                if (left == 1) fold_rows<Max>(group, 8, d, n, first, stream);
+                else fold_rows<Max>(group, 8, d, n, first);
+                first = false;
+                count = 0;
             }
         }
         if (count > 0) {

@@ -127,7 +127,8 @@ TEST(MorphKernels, EveryVariantMatchesTheReference) {
 }
 
 // A destination larger than the caches (written with streaming stores) gets
-// the 3 × 3 minimum, and after it the opening, of a separable reference.
+// the 3 × 3 minimum, and after it the opening, of a separable reference, and
+// the maximum over a small ellipse.
 TEST(MorphKernels, LargeDestinations) {
     const int w = 2101, h = 2050;
     Image<uint8_t> src(w, h, 1, 3);
@@ -148,12 +149,28 @@ TEST(MorphKernels, LargeDestinations) {
     const Region<uint8_t> e = window(src.r, false), o = window(e, true);
     for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) eroded.set(x, y, e.get(x, y)), opened.set(x, y, o.get(x, y));
+    // An element of five runs in five rows: every run group but the last reads the row back.
+    std::vector<uint8_t> ellipse(15, 0);
+    lum::draw_ellipse(ellipse.data(), 3, 3, 5, {0, 0}, {0, 0, 3, 5});
+    Region<uint8_t> dilated = blank.r;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            uint8_t m = 0;
+            for (int j = 0; j < 5; ++j)
+                for (int i = 0; i < 3; ++i)
+                    if (ellipse[size_t(j) * 3 + i])
+                        m = std::max(m, src.r.get(std::clamp(x + i - 1, 0, w - 1), std::clamp(y + j - 2, 0, h - 1)));
+            dilated.set(x, y, m);
+        }
     lum::test::for_each_variant([&](int) {
         for (int op : {0, 2}) {
             Image<uint8_t> d = blank;
             ASSERT_EQ(run(op, src, d, rect, 3, 3), 0);
             ASSERT_EQ(d.r.bytes, (op == 0 ? eroded : opened).bytes) << "op " << op;
         }
+        Image<uint8_t> d = blank;
+        ASSERT_EQ(run(1, src, d, ellipse, 3, 5), 0);
+        ASSERT_EQ(d.r.bytes, dilated.bytes) << "ellipse";
     });
 }
 
