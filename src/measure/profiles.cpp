@@ -6,7 +6,6 @@
 #include <cstring>
 #include <memory>
 
-#include "color/copy.hpp"
 #include "geometry/resize.hpp"
 #include "geometry/rotate.hpp"
 #include "image/call_frame.hpp"
@@ -33,23 +32,8 @@ Segment measure(lum_point a, lum_point b) {
 
 template <class T>
 int sample_line(const img& image, lum_point a, lum_point b, T* out, int capacity) {
-    if constexpr (sizeof(T) == 1)
-        return prim::sample_line_8u_c1(pixel_at<const uint8_t>(image, 0, 0), step_of(image), size_of(image), a.x, a.y,
-                                       b.x, b.y, out, capacity);
-    else
-        return prim::sample_line_16u_c1(pixel_at<const uint16_t>(image, 0, 0), step_of(image), size_of(image), a.x,
-                                        a.y, b.x, b.y, out, capacity);
-}
-
-template <class T>
-int8_t resize_engine(const T* src, int src_step, const lum_size& ss, T* dst, int dst_step, const lum_size& ds,
-                     int interpolation) {
-    if constexpr (sizeof(T) == 1)
-        return resize_8u(src, src_step, ss, dst, dst_step, ds, 1, interpolation);
-    else if constexpr (sizeof(T) == 2)
-        return resize_16u(src, src_step, ss, dst, dst_step, ds, 1, interpolation);
-    else
-        return resize_32f(src, src_step, ss, dst, dst_step, ds, 1, interpolation);
+    return prim::sample_line<T>(pixel_at<const T>(image, 0, 0), step_of(image), size_of(image), a.x, a.y, b.x, b.y,
+                                out, capacity);
 }
 
 // Offsets of the extra lines: built from the negated slope, so the band runs
@@ -102,8 +86,8 @@ int8_t fast_profile(const img& image, const Segment& s, uint32_t thickness, T* o
         }
     }
     const lum_size from{n, static_cast<int32_t>(thickness)}, to{static_cast<int32_t>(s.length), 1};
-    return resize_engine(row(0), step, from, out, static_cast<int>(sizeof(T) * s.length), to,
-                         thickness == 1 ? 1 : 2);
+    return resize_engine<T>(row(0), step, from, out, static_cast<int>(sizeof(T) * s.length), to, 1,
+                            thickness == 1 ? 1 : 2);
 }
 
 int8_t check_common(const img* image, const Segment& s, uint32_t thickness, const void* out, const uint32_t* count) {
@@ -119,11 +103,9 @@ int8_t get_fast_profile(const img* image, lum_point a, lum_point b, uint32_t thi
     if (a.x > image->width || b.x > image->width || a.y > image->height || b.y > image->height) return out_of_range;
     LUM_CHECK(check_common(image, s, thickness, out, count));
     *count = s.length;
-    switch (image->pix_type) {
-        case lum_fmt_8u: return fast_profile(*image, s, thickness, static_cast<uint8_t*>(out));
-        case lum_fmt_16u: return fast_profile(*image, s, thickness, static_cast<uint16_t*>(out));
-        default: return bad_format;
-    }
+    return with_sample_type<uint8_t, uint16_t>(image->pix_type, [&]<class T>() {
+        return fast_profile(*image, s, thickness, static_cast<T*>(out));
+    });
 }
 
 // Thickness 1: the digital line resampled from S to L samples.
@@ -133,19 +115,21 @@ int8_t thin_profile(const img& image, const Segment& s, T* out) {
     if (!line) return no_memory;
     LUM_CHECK(map_status(sample_line(image, s.a, s.b, line.get(), s.samples)));
     const lum_size from{s.samples, 1}, to{static_cast<int32_t>(s.length), 1};
-    return resize_engine(line.get(), static_cast<int>(sizeof(T)) * s.samples, from, out,
-                         static_cast<int>(sizeof(T) * s.length), to, 1);
+    return resize_engine<T>(line.get(), static_cast<int>(sizeof(T)) * s.samples, from, out,
+                            static_cast<int>(sizeof(T) * s.length), to, 1, 1);
 }
 
 // Thicker bands: the image is turned about the first point so that the
 // segment runs to the right along one row, straight into a band image of
 // L x thickness whose middle row holds the segment; the band is then averaged
-// down to one row.
+// down to one row. The band holds whole samples (8 or 16 valid bits), whatever
+// the source's valid bits say: rotation and resize do not clamp.
 template <class T>
 int8_t band_profile(const img& image, const Segment& s, uint32_t thickness, T* out) {
     img band;
-    const int8_t made = band.init(static_cast<int>(s.length), static_cast<int>(thickness), image.pix_type,
-                                  lum_gray, static_cast<int>(image.valid_bits));
+    const int bits = sizeof(T) == 1 ? 8 : sizeof(T) == 2 ? 16 : static_cast<int>(image.valid_bits);
+    const int8_t made =
+        band.init(static_cast<int>(s.length), static_cast<int>(thickness), image.pix_type, lum_gray, bits);
     if (made != ok) return made;
     const double pi = 3.141592653589793;
     const double angle = std::atan2(double(s.b.y) - s.a.y, double(s.b.x) - s.a.x) * 180.0 / pi;
@@ -157,17 +141,10 @@ int8_t band_profile(const img& image, const Segment& s, uint32_t thickness, T* o
     // The first point lands at column 0 and at row y1 - top of the band.
     const double x_shift = -(s.a.x * c + s.a.y * sn);
     const double y_shift = -(-s.a.x * sn + s.a.y * c) + s.a.y - top;
-    int8_t status;
-    if constexpr (sizeof(T) == 1)
-        status = rotate_8u_c1(&image, &band, angle, x_shift, y_shift, 2);
-    else if constexpr (sizeof(T) == 2)
-        status = rotate_16u_c1(&image, &band, angle, x_shift, y_shift, 2);
-    else
-        status = rotate_32f_c1(&image, &band, angle, x_shift, y_shift, 2);
-    LUM_CHECK(status);
+    LUM_CHECK(rotate_image<T>(&image, &band, angle, x_shift, y_shift, 2));
     const lum_size from{band.width, band.height}, to{band.width, 1};
-    return resize_engine(pixel_at<const T>(band, 0, 0), step_of(band), from, out,
-                         static_cast<int>(sizeof(T)) * band.width, to, 2);
+    return resize_engine<T>(pixel_at<const T>(band, 0, 0), step_of(band), from, out,
+                            static_cast<int>(sizeof(T)) * band.width, to, 1, 2);
 }
 
 int8_t get_profile(const img* image, lum_point a, lum_point b, uint32_t thickness, void* out, uint32_t* count) {
@@ -177,19 +154,13 @@ int8_t get_profile(const img* image, lum_point a, lum_point b, uint32_t thicknes
     if (a.x > image->width || b.x > image->width) return out_of_range;
     LUM_CHECK(check_common(image, s, thickness, out, count));
     *count = s.length;
-    if (thickness == 1) {
-        switch (image->pix_type) {
-            case lum_fmt_8u: return thin_profile(*image, s, static_cast<uint8_t*>(out));
-            case lum_fmt_16u: return thin_profile(*image, s, static_cast<uint16_t*>(out));
-            default: return bad_format;
-        }
-    }
-    switch (image->pix_type) {
-        case lum_fmt_8u: return band_profile(*image, s, thickness, static_cast<uint8_t*>(out));
-        case lum_fmt_16u: return band_profile(*image, s, thickness, static_cast<uint16_t*>(out));
-        case lum_fmt_32f: return band_profile(*image, s, thickness, static_cast<float*>(out));
-        default: return bad_format;
-    }
+    if (thickness == 1)
+        return with_sample_type<uint8_t, uint16_t>(image->pix_type, [&]<class T>() {
+            return thin_profile(*image, s, static_cast<T*>(out));
+        });
+    return with_sample_type<uint8_t, uint16_t, float>(image->pix_type, [&]<class T>() {
+        return band_profile(*image, s, thickness, static_cast<T*>(out));
+    });
 }
 
 }  // namespace

@@ -9,8 +9,10 @@ namespace {
 
 inline bool inside(Size s, int x, int y) { return x >= 0 && y >= 0 && x < s.width && y < s.height; }
 
+}  // namespace
+
 template <class T>
-int sample(const T* image, int step, Size size, int x1, int y1, int x2, int y2, T* out, int capacity) {
+int sample_line(const T* image, int step, Size size, int x1, int y1, int x2, int y2, T* out, int capacity) {
     if (!image || !out) return st_null;
     if (empty_region(size)) return st_size;
     if (!inside(size, x1, y1) || !inside(size, x2, y2)) return st_bad_arg;
@@ -19,7 +21,7 @@ int sample(const T* image, int step, Size size, int x1, int y1, int x2, int y2, 
     const int sx = x1 < x2 ? 1 : -1, sy = y1 < y2 ? 1 : -1;
     int err = dx - dy, x = x1, y = y1, n = 0;
     for (;;) {
-        out[n++] = row_at(image, step, y)[x];
+        store_one(out + n++, load_one(row_at(image, step, y) + x));
         if (x == x2 && y == y2) break;
         const int e2 = 2 * err;
         if (e2 > -dy) {
@@ -34,13 +36,7 @@ int sample(const T* image, int step, Size size, int x1, int y1, int x2, int y2, 
     return st_ok;
 }
 
-}  // namespace
-
-int sample_line_8u_c1(const uint8_t* p, int s, Size z, int x1, int y1, int x2, int y2, uint8_t* o, int c) {
-    return sample(p, s, z, x1, y1, x2, y2, o, c);
-}
-int sample_line_16u_c1(const uint16_t* p, int s, Size z, int x1, int y1, int x2, int y2, uint16_t* o, int c) {
-    return sample(p, s, z, x1, y1, x2, y2, o, c);
-}
+LUM_INSTANTIATE(sample_line, uint8_t)
+LUM_INSTANTIATE(sample_line, uint16_t)
 
 }  // namespace lum::prim::LUM_ISA

@@ -1,110 +1,27 @@
-// Resize kernels. The set-up turns the two sizes into per-column and per-row
-// tables of clamped source indices and weights; the kernels then filter each
-// needed source row horizontally once (kept in a small ring of float rows in
-// the work buffer) and blend the ring vertically into each destination row.
-
-#include <cmath>
-
+// Resize loops. Nearest copies each destination row from one source row
+// (rows that repeat the previous one are copied from the destination) and
+// fetches its samples through the column table. Linear and Lanczos work per
+// destination row in tiles of columns: the vertical pass blends the tile's
+// span of source columns from the row's source rows into planes of the blend
+// type (one plane per channel, in the first-level cache, with the replicated
+// border columns around it), and the horizontal pass blends each block of
+// outputs from the planes. A block whose taps lie within two vectors of a
+// plane takes them with one look-up per tap and vector; wider spans gather.
+//
+// Blends: 8- and 16-bit linear in integers (the set-up's weights p / q are
+// exact, the sums are integers over q_x q_y, divided with rounding half to
+// even; in double lanes when the integers outgrow 31 bits), 16-bit Lanczos in
+// doubles, the rest in floats with the set-up's float weights.
 #include "primitives/kernel.hpp"
 #include "primitives/resize.hpp"
-
-#define LUM_CHECK_KERNEL(expr)          \
-    do {                                \
-        if (const int st_ = (expr); st_) \
-            return st_;                 \
-    } while (0)
 
 namespace lum::prim::LUM_ISA {
 
 namespace {
 
-int taps_for(int interpolation) {
-    return interpolation == resize_nearest ? 1 : interpolation == resize_lanczos ? 6 : 2;
-}
+using simd::element_t;
 
-int64_t spec_bytes_for(Size src, Size dst, int taps) {
-    (void)src;
-    return align64(sizeof(ResizeSpec)) + 2 * align64(int64_t(dst.width) * taps * 4) +
-           2 * align64(int64_t(dst.height) * taps * 4);
-}
-
-ResizeSpec* lay_out(void* block, Size src, Size dst, int interpolation) {
-    auto* spec = static_cast<ResizeSpec*>(block);
-    const int taps = taps_for(interpolation);
-    spec->magic = kResizeMagic;
-    spec->interpolation = interpolation;
-    spec->src = src;
-    spec->dst = dst;
-    spec->taps_x = spec->taps_y = taps;
-    int64_t at = align64(sizeof(ResizeSpec));
-    spec->x_index = int32_t(at);
-    at += align64(int64_t(dst.width) * taps * 4);
-    spec->x_weight = int32_t(at);
-    at += align64(int64_t(dst.width) * taps * 4);
-    spec->y_index = int32_t(at);
-    at += align64(int64_t(dst.height) * taps * 4);
-    spec->y_weight = int32_t(at);
-    return spec;
-}
-
-template <class T>
-T* table(const ResizeSpec* spec, int32_t offset) {
-    return reinterpret_cast<T*>(reinterpret_cast<uintptr_t>(spec) + offset);
-}
-
-inline int32_t clamp_index(int64_t i, int n) { return int32_t(i < 0 ? 0 : i >= n ? n - 1 : i); }
-
-bool sizes_ok(Size src, Size dst) { return !empty_region(src) && !empty_region(dst); }
-
-void nearest_axis(int s, int d, int32_t* index, float* weight) {
-    for (int i = 0; i < d; ++i) {
-        index[i] = clamp_index((2 * int64_t(i) + 1) * s / (2 * int64_t(d)), s);
-        weight[i] = 1.0f;
-    }
-}
-
-inline double centre(int i, int s, int d) { return (i + 0.5) * double(s) / double(d) - 0.5; }
-
-void linear_axis(int s, int d, int32_t* index, float* weight) {
-    for (int i = 0; i < d; ++i) {
-        const double c = centre(i, s, d);
-        const double f0 = floor(c);
-        const double f = c - f0;
-        const int64_t x0 = int64_t(f0);
-        index[2 * i] = clamp_index(x0, s);
-        index[2 * i + 1] = clamp_index(x0 + 1, s);
-        weight[2 * i] = float(1.0 - f);
-        weight[2 * i + 1] = float(f);
-    }
-}
-
-double lanczos3(double t) {
-    const double pi = 3.141592653589793;
-    if (t == 0.0) return 1.0;
-    if (t <= -3.0 || t >= 3.0) return 0.0;
-    const double a = pi * t, b = pi * t / 3.0;
-    return (sin(a) / a) * (sin(b) / b);
-}
-
-// Raw weights go through `scratch` (6 doubles) before normalisation to a sum of 1.
-void lanczos_axis(int s, int d, int32_t* index, float* weight, double* scratch) {
-    for (int i = 0; i < d; ++i) {
-        const double c = centre(i, s, d);
-        const double f0 = floor(c);
-        const int64_t x0 = int64_t(f0);
-        double sum = 0.0;
-        for (int k = 0; k < 6; ++k) {
-            scratch[k] = lanczos3(c - double(x0 - 2 + k));
-            sum += scratch[k];
-        }
-        for (int k = 0; k < 6; ++k) {
-            index[6 * i + k] = clamp_index(x0 - 2 + k, s);
-            weight[6 * i + k] = float(scratch[k] / sum);
-        }
-    }
-}
-
-// ---- kernels ----------------------------------------------------------------
+constexpr int kTileBytes = 32768;
 
 int check_call(const void* src, void* dst, const void* spec, Offset offset, Size dst_size, int interpolation) {
     if (!src || !dst || !spec) return st_null;
@@ -116,222 +33,375 @@ int check_call(const void* src, void* dst, const void* spec, Offset offset, Size
     return st_ok;
 }
 
-template <class T, int CH>
-int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, const void* spec_block,
-            void* buffer) {
-    LUM_CHECK_KERNEL(check_call(src, dst, spec_block, offset, dst_size, resize_nearest));
-    (void)buffer;  // nearest needs no work buffer
-    const auto* spec = static_cast<const ResizeSpec*>(spec_block);
-    const int32_t* xi = table<const int32_t>(spec, spec->x_index);
-    const int32_t* yi = table<const int32_t>(spec, spec->y_index);
-    const int w = dst_size.width;
-    for (int y = 0; y < dst_size.height; ++y) {
-        T* __restrict d = row_at(dst, dst_step, y);
+template <class T>
+constexpr float top_of() {
+    return sizeof(T) == 1 ? 255.0f : 65535.0f;
+}
+
+// n (<= lanes of E) samples of T from p as lanes of E.
+template <class E, class T>
+inline simd::vec<E> fetch(const T* p, int n) {
+    using S = simd::lanes_of<T, E>;
+    const S s = n >= simd::lanes<E> ? simd::load_as<S>(p) : simd::load_first<S>(p, n);
+    if constexpr (std::is_same_v<T, E>) return s;
+    else if constexpr (std::is_same_v<E, float>) return simd::to_float(s);
+    else if constexpr (std::is_same_v<E, int32_t>) return (simd::vec<int32_t>)simd::widen<uint32_t>(s);
+    else return simd::convert<double>((simd::lanes_of<int32_t, double>)simd::widen<uint32_t>(s));
+}
+
+// Stores the first n lanes of r (floats, or integers within T's range) as samples of T.
+template <class T, class R>
+inline void put(T* d, R r, int n) {
+    if constexpr (std::is_same_v<element_t<R>, T>) simd::store_first(d, r, n);
+    else simd::store_first(d, simd::narrow_sat<T>(r), n);
+}
+
+// The three interleaved-channel results of a block of n pixels, stored as 3n samples.
+template <class T, class R>
+inline void put3(T* d, R r0, R r1, R r2, int n) {
+    constexpr int L = sizeof(R) / sizeof(element_t<R>);
+    R a, b, c;
+    simd::interleave3(r0, r1, r2, a, b, c);
+    const int m = 3 * n;
+    put(d, a, m < L ? m : L);
+    if (m > L) put(d + L, b, m - L < L ? m - L : L);
+    if (m > 2 * L) put(d + 2 * L, c, m - 2 * L);
+}
+
+// ---- nearest
+
+// Destination samples of one row from the source row through the column table.
+template <class T>
+void nearest_row_c1(const T* __restrict s, T* __restrict d, const int32_t* xi, int w, int sw) {
+    using E = uint32_t;
+    using V = simd::vec<E>;
+    using I = simd::vec<int32_t>;
+    using S = simd::lanes_of<T, E>;
+    constexpr int L = simd::lanes<E>;
+    auto window = [&](int from) -> V {
+        const int avail = sw - from;
+        const S raw = simd::load_first<S>(s + from, avail < L ? avail : L);
+        if constexpr (sizeof(T) == 4) return (V)raw;
+        else return simd::widen<E>(raw);
+    };
+    for (int x = 0; x < w; x += L) {
+        const int n = w - x < L ? w - x : L;
+        const int base = xi[x];
+        V r;
+        if (xi[x + n - 1] - base < 2 * L) {
+            const I rel = simd::load_first<I>(xi + x, n) - base;
+            const V lo = window(base);
+            const V hi = sw - base > L ? window(base + L) : V{};
+            r = simd::lookup2(lo, hi, rel);
+        } else {
+            for (int j = 0; j < L; ++j) {
+                E e = 0;
+                if (j < n) std::memcpy(&e, s + xi[x + j], sizeof(T));  // the sample's bits, low bytes first
+                r[j] = e;
+            }
+        }
+        if constexpr (sizeof(T) == 4) simd::store_first(d + x, (simd::vec<T>)r, n);
+        else simd::store_first(d + x, simd::narrow_sat<T>((simd::vec<int32_t>)r), n);
+    }
+}
+
+template <class T>
+void nearest_row_c3(const T* __restrict s, T* __restrict d, const int32_t* xi, int w) {
+    for (int x = 0; x < w; ++x) std::memcpy(d + 3 * x, s + 3 * int64_t(xi[x]), 3 * sizeof(T));
+}
+
+template <class T>
+void copy_row(const T* s, T* d, int n) {
+    unary_row(s, d, n, [](auto v) { return v; });
+}
+
+template <class T>
+int nearest(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
+    const int32_t* xi = resize_table<int32_t>(spec, spec->x.first);
+    const int32_t* yi = resize_table<int32_t>(spec, spec->y.first);
+    const int w = spec->dst.width, sw = spec->src.width;
+    for (int y = 0; y < spec->dst.height; ++y) {
+        T* d = row_at(dst, dst_step, y);
         if (y > 0 && yi[y] == yi[y - 1]) {
-            const T* __restrict prev = row_at(static_cast<const T*>(dst), dst_step, y - 1);
-            for (int i = 0; i < w * CH; ++i) d[i] = prev[i];
+            copy_row(row_at(static_cast<const T*>(dst), dst_step, y - 1), d, w * channels);
             continue;
         }
-        const T* __restrict s = row_at(src, src_step, yi[y]);
-        for (int x = 0; x < w; ++x)
-            for (int c = 0; c < CH; ++c) d[x * CH + c] = s[xi[x] * CH + c];
+        const T* s = row_at(src, src_step, yi[y]);
+        if (channels == 1) nearest_row_c1(s, d, xi, w, sw);
+        else nearest_row_c3(s, d, xi, w);
     }
     return st_ok;
 }
 
-// Vertical pass first: TAPS source rows blended into one float row of the
-// source's width (contiguous, converts and vectorizes well); the horizontal
-// pass then reads that row through the column table.
-template <class T, int TAPS>
-void vertical(const T* const* rows, const float* wy, float* __restrict out, int n) {
-    float w[TAPS];
-    const T* r[TAPS];
-    for (int k = 0; k < TAPS; ++k) {
-        w[k] = wy[k];
-        r[k] = rows[k];
-    }
-    for (int i = 0; i < n; ++i) {
-        float a = 0.0f;
-        for (int k = 0; k < TAPS; ++k) a += w[k] * float(r[k][i]);
-        out[i] = a;
-    }
-}
+// ---- linear and Lanczos: blends
 
-// Two passes: the taps are fetched through the column table with plain scalar
-// loads (vector gathers are slower here), then weighed and stored by a vector
-// loop, in blocks that stay in the first-level cache.
-template <class T, int CH, int TAPS>
-void horizontal(const float* __restrict v, T* __restrict d, int w, const int32_t* __restrict xi,
-                const float* __restrict xw) {
-    constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
-    constexpr int kBlock = 256;
-    alignas(64) float taps[TAPS][kBlock * CH];
-    // Weights spread to every sample, so that the blend below is one flat loop.
-    alignas(64) float weights[TAPS][kBlock * CH];
-    for (int x0 = 0; x0 < w; x0 += kBlock) {
-        const int n = w - x0 < kBlock ? w - x0 : kBlock;
-        for (int x = 0; x < n; ++x)
-            for (int k = 0; k < TAPS; ++k) {
-                const float* p = v + xi[(x0 + x) * TAPS + k] * CH;
-                const float wk = xw[(x0 + x) * TAPS + k];
-                for (int c = 0; c < CH; ++c) {
-                    taps[k][x * CH + c] = p[c];
-                    if constexpr (CH > 1) weights[k][x * CH + c] = wk;
-                }
-            }
-        const float* __restrict wt = xw + x0 * TAPS;
-        T* __restrict out = d + x0 * CH;
-        for (int j = 0; j < n * CH; ++j) {
-            float acc = 0.0f;
-            for (int k = 0; k < TAPS; ++k) acc += (CH > 1 ? weights[k][j] : wt[j * TAPS + k]) * taps[k][j];
-            if constexpr (sizeof(T) == 4)
-                out[j] = acc;
-            else
-                out[j] = static_cast<T>(saturate_round(acc, top));
+// A blend says in what lanes (E) the passes add, what the weights of a
+// destination row and of a block of destination columns are, and how a sum
+// becomes a sample. Weights here are in E; the tiles are planes of E.
+
+// Float and double blends with the set-up's weights.
+template <class E, int TAPS>
+struct weighted {
+    using VE = simd::vec<E>;
+    const ResizeSpec* spec;
+    const E* x_weight;  // tap-major
+    const E* y_weight;
+
+    weighted(const ResizeSpec* s) : spec(s) {
+        if constexpr (std::is_same_v<E, float>) {
+            x_weight = resize_table<float>(s, s->x.weight);
+            y_weight = resize_table<float>(s, s->y.weight);
+        } else {
+            x_weight = resize_table<double>(s, s->x.weight_wide);
+            y_weight = resize_table<double>(s, s->y.weight_wide);
         }
     }
-}
+    void row_weights(int y, E (&w)[TAPS]) const {
+        for (int k = 0; k < TAPS; ++k) w[k] = y_weight[k * spec->dst.height + y];
+    }
+    // The weighted sum of the taps t(k) of n outputs from destination column x on.
+    template <class Tap>
+    VE blend(int x, int n, const Tap& t) const {
+        VE acc{};
+        for (int k = 0; k < TAPS; ++k) {
+            const E* w = x_weight + k * spec->dst.width + x;
+            acc = acc + (n >= simd::lanes<E> ? simd::load_as<VE>(w) : simd::load_first<VE>(w, n)) * t(k);
+        }
+        return acc;
+    }
+};
 
-// Exact halving: the tables reduce to columns 2x, 2x + 1 and rows 2y, 2y + 1
-// with weights 1/2, so the same sums are formed directly, without tables.
-template <class T, int CH>
-void halve_row(const T* __restrict r0, const T* __restrict r1, T* __restrict d, int w) {
-    if constexpr (sizeof(T) < 4) {
-        // Integer samples: the float sums are exact, so the result is the sum of
-        // four divided by 4 and rounded half to even, done in integers.
-        using Sum = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
-        for (int x = 0; x < w; ++x)
-            for (int c = 0; c < CH; ++c) {
-                const Sum sum = Sum(Sum(r0[2 * x * CH + c]) + Sum(r0[(2 * x + 1) * CH + c]) +
-                                    Sum(r1[2 * x * CH + c]) + Sum(r1[(2 * x + 1) * CH + c]));
-                // sum = 4q + r: r = 3 rounds up, r = 2 only when q is odd.
-                d[x * CH + c] = static_cast<T>((sum + 1 + ((sum >> 2) & 1)) >> 2);
-            }
+// Single precision: samples rounded half to even and saturated (floats stored as summed).
+template <class T, int TAPS>
+struct single_blend : weighted<float, TAPS> {
+    using E = float;
+    static constexpr int taps = TAPS;
+    using weighted<float, TAPS>::weighted;
+    auto finish(simd::vec<float> v) const {
+        if constexpr (std::is_same_v<T, float>) return v;
+        else return simd::round_clamped(v, top_of<T>());
+    }
+};
+
+// Lanczos on 16-bit samples in double precision.
+struct double_blend : weighted<double, 6> {
+    using E = double;
+    static constexpr int taps = 6;
+    using weighted<double, 6>::weighted;
+    auto finish(simd::vec<double> v) const {
+        const simd::vec<double> zero{};
+        v = v > zero ? v : zero;
+        v = v < zero + 65535.0 ? v : zero + 65535.0;
+        return simd::round_even_wide(v);
+    }
+};
+
+// Linear on integer samples: (q − p) a + p b in each pass, summed exactly in
+// E, then divided by Q = q_x q_y with rounding half to even. Int32 lanes while
+// Q times the sample range stays below 2^31; double lanes beyond, exact while
+// Q < 2^36 (destinations below 2^34 pixels): the sums stay below 2^53 and a
+// quotient that is no tie lies at least 1 / 2Q from a half.
+template <class Lane>
+struct exact_blend {
+    using E = Lane;
+    using VE = simd::vec<E>;
+    using I = simd::lanes_of<int32_t, E>;
+    static constexpr int taps = 2;
+    const ResizeSpec* spec;
+    const uint32_t* x_numerator;
+    const uint32_t* y_numerator;
+    E qx, qy, whole;
+    float inverse;  // 1 / Q, for the int32 quotient's first guess
+
+    exact_blend(const ResizeSpec* s)
+        : spec(s), x_numerator(resize_table<uint32_t>(s, s->x.numerator)),
+          y_numerator(resize_table<uint32_t>(s, s->y.numerator)), qx(E(s->x.denominator)), qy(E(s->y.denominator)),
+          whole(E(s->x.denominator * s->y.denominator)), inverse(1.0f / float(s->x.denominator * s->y.denominator)) {}
+
+    void row_weights(int y, E (&w)[2]) const {
+        const E p = E(y_numerator[y]);
+        w[0] = qy - p;
+        w[1] = p;
+    }
+    template <class Tap>
+    VE blend(int x, int n, const Tap& t) const {
+        using U = simd::lanes_of<uint32_t, E>;
+        const uint32_t* p = x_numerator + x;
+        const U pu = n >= simd::lanes<E> ? simd::load_as<U>(p) : simd::load_first<U>(p, n);
+        VE pe;
+        if constexpr (std::is_same_v<E, int32_t>) pe = (VE)pu;
+        else pe = __builtin_convertvector(pu, VE);
+        return (qx - pe) * t(0) + pe * t(1);
+    }
+    auto finish(VE v) const {
+        if constexpr (std::is_same_v<E, double>) {
+            return simd::round_even_wide(v / whole);
+        } else {
+            // A first guess within one of the quotient, then the remainder decides.
+            const VE q = simd::round_even(simd::convert<float>(v) * inverse);
+            const VE r = v - q * whole;
+            const VE r2 = r + r;
+            const VE odd = (VE)((q & 1) != 0);
+            const VE up = (VE)(r2 > whole) | ((VE)(r2 == whole) & odd);
+            const VE down = (VE)(r2 < -whole) | ((VE)(r2 == -whole) & odd);
+            return q - up + down;
+        }
+    }
+};
+
+// ---- linear and Lanczos: tiles
+
+// Vertical pass over n source pixels from column `from`: per channel plane
+// out[c][i] = Σ w[k] · row_k[(from + i) · channels + c].
+template <class E, int TAPS, class T>
+void vertical(const T* const* rows, const E (&w)[TAPS], int from, int n, int channels, E* const* out) {
+    using VE = simd::vec<E>;
+    constexpr int L = simd::lanes<E>;
+    VE wv[TAPS];
+    for (int k = 0; k < TAPS; ++k) wv[k] = VE{} + w[k];
+    auto sum = [&](int at, int m) {
+        VE acc{};
+        for (int k = 0; k < TAPS; ++k) acc = acc + wv[k] * fetch<E>(rows[k] + at, m);
+        return acc;
+    };
+    if (channels == 1) {
+        for (int i = 0; i < n; i += L) {
+            const int m = n - i < L ? n - i : L;
+            simd::store_first(out[0] + i, sum(from + i, m), m);
+        }
         return;
     }
-    constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
-    for (int x = 0; x < w; ++x)
-        for (int c = 0; c < CH; ++c) {
-            const float v0 = 0.5f * float(r0[2 * x * CH + c]) + 0.5f * float(r1[2 * x * CH + c]);
-            const float v1 = 0.5f * float(r0[(2 * x + 1) * CH + c]) + 0.5f * float(r1[(2 * x + 1) * CH + c]);
-            const float acc = 0.5f * v0 + 0.5f * v1;
-            if constexpr (sizeof(T) == 4)
-                d[x * CH + c] = acc;
-            else
-                d[x * CH + c] = static_cast<T>(saturate_round(acc, top));
-        }
+    for (int i = 0; i < n; i += L) {
+        const int m = n - i < L ? n - i : L, samples = 3 * m;
+        const int at = 3 * (from + i);
+        const VE a = sum(at, samples < L ? samples : L);
+        const VE b = samples > L ? sum(at + L, samples - L < L ? samples - L : L) : VE{};
+        const VE c = samples > 2 * L ? sum(at + 2 * L, samples - 2 * L) : VE{};
+        VE c0, c1, c2;
+        simd::deinterleave3(a, b, c, c0, c1, c2);
+        simd::store_first(out[0] + i, c0, m);
+        simd::store_first(out[1] + i, c1, m);
+        simd::store_first(out[2] + i, c2, m);
+    }
 }
 
-template <class T, int CH, int TAPS>
-int separable(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, int border,
-              const void* spec_block, void* buffer, int interpolation) {
-    LUM_CHECK_KERNEL(check_call(src, dst, spec_block, offset, dst_size, interpolation));
-    if (!buffer) return st_null;
-    if (border != border_replicate) return st_bad_arg;
-    const auto* spec = static_cast<const ResizeSpec*>(spec_block);
-    const int w = dst_size.width, sw = spec->src.width;
-    if (TAPS == 2 && sw == 2 * w && spec->src.height == 2 * dst_size.height) {
-        for (int y = 0; y < dst_size.height; ++y)
-            halve_row<T, CH>(row_at(src, src_step, 2 * y), row_at(src, src_step, 2 * y + 1), row_at(dst, dst_step, y),
-                             w);
-        return st_ok;
-    }
-    const int32_t* xi = table<const int32_t>(spec, spec->x_index);
-    const float* xw = table<const float>(spec, spec->x_weight);
-    const int32_t* yi = table<const int32_t>(spec, spec->y_index);
-    const float* yw = table<const float>(spec, spec->y_weight);
-    float* column = static_cast<float*>(buffer);
-    for (int y = 0; y < dst_size.height; ++y) {
+template <class T, class Blend>
+void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels, const Blend& b) {
+    using E = typename Blend::E;
+    using VE = simd::vec<E>;
+    using I = simd::lanes_of<int32_t, E>;
+    using M = simd::mask_of<VE>;
+    constexpr int L = simd::lanes<E>, TAPS = Blend::taps;
+    constexpr int slack = 2 * L + TAPS;
+    alignas(64) unsigned char tile[kTileBytes];
+    std::memset(tile, 0, sizeof tile);
+    const int plane_size = kTileBytes / int(sizeof(E)) / channels;
+    E* planes[3];
+    for (int c = 0; c < channels; ++c) planes[c] = reinterpret_cast<E*>(tile) + c * plane_size;
+    const int cap = plane_size - slack;
+    const ResizeAxis &ax = spec->x, &ay = spec->y;
+    const int32_t* first = resize_table<int32_t>(spec, ax.first);
+    const int32_t* y_first = resize_table<int32_t>(spec, ay.first);
+    const int w = ax.size, sw = ax.source, sh = ay.source;
+    const int advance = ax.advance > 0 ? ax.advance : 1;
+    const int block = (cap - TAPS) / advance + 1;
+
+    for (int y = 0; y < ay.size; ++y) {
         const T* rows[TAPS];
-        for (int k = 0; k < TAPS; ++k) rows[k] = row_at(src, src_step, yi[y * TAPS + k]);
-        vertical<T, TAPS>(rows, yw + y * TAPS, column, sw * CH);
-        horizontal<T, CH, TAPS>(column, row_at(dst, dst_step, y), w, xi, xw);
+        for (int k = 0; k < TAPS; ++k) {
+            const int64_t r = int64_t(y_first[y]) + k;
+            rows[k] = row_at(src, src_step, int(r < 0 ? 0 : r >= sh ? sh - 1 : r));
+        }
+        E wy[TAPS];
+        b.row_weights(y, wy);
+        T* d = row_at(dst, dst_step, y);
+        for (int xa = 0; xa < w; xa += block) {
+            const int xb = w - xa < block ? w : xa + block;
+            const int lo = first[xa], hi = first[xb - 1] + TAPS;
+            const int a = lo > 0 ? lo : 0, e = hi < sw ? hi : sw;
+            E* at[3];
+            for (int c = 0; c < channels; ++c) at[c] = planes[c] + (a - lo);
+            vertical<E, TAPS>(rows, wy, a, e - a, channels, at);
+            for (int c = 0; c < channels; ++c) {
+                for (int i = lo; i < a; ++i) planes[c][i - lo] = planes[c][a - lo];
+                for (int i = e; i < hi; ++i) planes[c][i - lo] = planes[c][e - 1 - lo];
+            }
+            for (int x = xa; x < xb; x += L) {
+                const int n = xb - x < L ? xb - x : L;
+                const int base = first[x] - lo;
+                const I rel = (simd::load_first<I>(first + x, n) - first[x]) & simd::first_lanes<I>(n);
+                const bool window = first[x + n - 1] - first[x] < 2 * L;
+                const M mask = simd::convert<element_t<M>>(rel);
+                auto result = [&](const E* plane) {
+                    const E* p = plane + base;
+                    return b.finish(b.blend(x, n, [&](int k) {
+                        return window ? simd::lookup2(simd::load_as<VE>(p + k), simd::load_as<VE>(p + k + L), mask)
+                                      : simd::gather<VE>(p + k, rel);
+                    }));
+                };
+                if (channels == 1) put(d + x, result(planes[0]), n);
+                else put3(d + 3 * x, result(planes[0]), result(planes[1]), result(planes[2]), n);
+            }
+        }
     }
-    return st_ok;
+}
+
+template <class T>
+void linear(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
+    if constexpr (std::is_same_v<T, float>) {
+        tiles(src, src_step, dst, dst_step, spec, channels, single_blend<float, 2>(spec));
+    } else {
+        // q <= 2D < 2^32, so Q < 2^64.
+        const uint64_t whole = uint64_t(spec->x.denominator) * uint64_t(spec->y.denominator);
+        if (whole < uint64_t(INT32_MAX) / uint64_t(max_value<T>() + 1))
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<int32_t>(spec));
+        else
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<double>(spec));
+    }
+}
+
+template <class T>
+void lanczos(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
+    if constexpr (std::is_same_v<T, uint16_t>)
+        tiles(src, src_step, dst, dst_step, spec, channels, double_blend(spec));
+    else
+        tiles(src, src_step, dst, dst_step, spec, channels, single_blend<T, 6>(spec));
+}
+
+template <class F>
+constexpr int code_of() {
+    return std::is_same_v<F, filter::nearest> ? resize_nearest : std::is_same_v<F, filter::linear> ? resize_linear
+                                                                                                   : resize_lanczos;
 }
 
 }  // namespace
 
-int resize_get_size(Size src, Size dst, int interpolation, int antialiasing, int* spec_bytes, int* init_bytes) {
-    if (!spec_bytes || !init_bytes) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    if (antialiasing != 0) return st_bad_arg;
-    const int64_t bytes = spec_bytes_for(src, dst, taps_for(interpolation));
-    if (bytes > 0x7FFFFFC0) return st_bad_arg;
-    *spec_bytes = int(bytes);
-    *init_bytes = interpolation == resize_lanczos ? 64 : 0;
-    return st_ok;
-}
-
-int resize_nearest_init(Size src, Size dst, void* spec_block) {
-    if (!spec_block) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    ResizeSpec* spec = lay_out(spec_block, src, dst, resize_nearest);
-    nearest_axis(src.width, dst.width, table<int32_t>(spec, spec->x_index), table<float>(spec, spec->x_weight));
-    nearest_axis(src.height, dst.height, table<int32_t>(spec, spec->y_index), table<float>(spec, spec->y_weight));
-    return st_ok;
-}
-
-int resize_linear_init(Size src, Size dst, void* spec_block) {
-    if (!spec_block) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    ResizeSpec* spec = lay_out(spec_block, src, dst, resize_linear);
-    linear_axis(src.width, dst.width, table<int32_t>(spec, spec->x_index), table<float>(spec, spec->x_weight));
-    linear_axis(src.height, dst.height, table<int32_t>(spec, spec->y_index), table<float>(spec, spec->y_weight));
-    return st_ok;
-}
-
-int resize_lanczos_init(Size src, Size dst, int lobes, void* spec_block, void* init_buffer) {
-    if (!spec_block || !init_buffer) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    if (lobes != 3) return st_bad_arg;
-    ResizeSpec* spec = lay_out(spec_block, src, dst, resize_lanczos);
-    auto* scratch = static_cast<double*>(init_buffer);
-    lanczos_axis(src.width, dst.width, table<int32_t>(spec, spec->x_index), table<float>(spec, spec->x_weight), scratch);
-    lanczos_axis(src.height, dst.height, table<int32_t>(spec, spec->y_index), table<float>(spec, spec->y_weight),
-                 scratch);
-    return st_ok;
-}
-
-int resize_get_buffer_size(const void* spec_block, Size dst, int channels, int* bytes) {
-    if (!spec_block || !bytes) return st_null;
-    if (empty_region(dst)) return st_size;
+template <class T, class Filter>
+int resize(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, int channels, int border,
+           const void* spec_block, void* buffer) {
+    if (const int st = check_call(src, dst, spec_block, offset, dst_size, code_of<Filter>())) return st;
     const auto* spec = static_cast<const ResizeSpec*>(spec_block);
-    if (spec->magic != kResizeMagic || channels < 1 || channels > 4) return st_bad_arg;
-    // One row of the source's width, blended vertically.
-    (void)dst;
-    const int64_t total = (int64_t(spec->src.width) * channels + 16) * 4 + 64;
-    if (total > 0x7FFFFFC0) return st_bad_arg;
-    *bytes = int(total);
-    return st_ok;
+    if constexpr (std::is_same_v<Filter, filter::nearest>) {
+        (void)border;  // nearest needs neither the border nor a work buffer
+        (void)buffer;
+        if (channels != 1 && channels != 3) return st_bad_arg;
+        return nearest(src, src_step, dst, dst_step, spec, channels);
+    } else {
+        if (!buffer) return st_null;
+        if (border != border_replicate || (channels != 1 && channels != 3)) return st_bad_arg;
+        if constexpr (std::is_same_v<Filter, filter::linear>) linear(src, src_step, dst, dst_step, spec, channels);
+        else lanczos(src, src_step, dst, dst_step, spec, channels);
+        return st_ok;
+    }
 }
 
-#define LUM_RESIZE_KERNELS(fmt, T)                                                                              \
-    int resize_nearest_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void* w) { \
-        return nearest<T, 1>(s, ss, d, ds, o, z, p, w);                                                            \
-    }                                                                                                           \
-    int resize_nearest_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void* w) { \
-        return nearest<T, 3>(s, ss, d, ds, o, z, p, w);                                                            \
-    }                                                                                                           \
-    int resize_linear_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,      \
-                                 void* w) {                                                                     \
-        return separable<T, 1, 2>(s, ss, d, ds, o, z, b, p, w, resize_linear);                                  \
-    }                                                                                                           \
-    int resize_linear_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,      \
-                                 void* w) {                                                                     \
-        return separable<T, 3, 2>(s, ss, d, ds, o, z, b, p, w, resize_linear);                                  \
-    }                                                                                                           \
-    int resize_lanczos_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,     \
-                                  void* w) {                                                                    \
-        return separable<T, 1, 6>(s, ss, d, ds, o, z, b, p, w, resize_lanczos);                                 \
-    }                                                                                                           \
-    int resize_lanczos_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,     \
-                                  void* w) {                                                                    \
-        return separable<T, 3, 6>(s, ss, d, ds, o, z, b, p, w, resize_lanczos);                                 \
-    }
-
-LUM_RESIZE_KERNELS(8u, uint8_t)
-LUM_RESIZE_KERNELS(16u, uint16_t)
-LUM_RESIZE_KERNELS(32f, float)
+#define LUM_RESIZE_FILTERS(T)                          \
+    LUM_INSTANTIATE(resize, T, filter::nearest)        \
+    LUM_INSTANTIATE(resize, T, filter::linear)         \
+    LUM_INSTANTIATE(resize, T, filter::lanczos)
+LUM_RESIZE_FILTERS(uint8_t)
+LUM_RESIZE_FILTERS(uint16_t)
+LUM_RESIZE_FILTERS(float)
+#undef LUM_RESIZE_FILTERS
 
 }  // namespace lum::prim::LUM_ISA
