@@ -1,9 +1,8 @@
-// In-place flips. About the horizontal axis rows trade places whole, one
-// vector of each at a time. About the vertical axis (and for both axes) a
-// pixel trades places with its mirror partner: chunks from both ends are
-// reversed into two small buffers in the first-level cache and written back
-// crosswise, so every sample is read and written once. A vector of pixels is
-// reversed with one lane reversal, three-channel pixels as three planes.
+// In-place flips. About the horizontal axis rows trade places whole, vectors
+// of each at a time. About the vertical axis (and for both axes) a block of
+// pixels trades places with its mirror block, both reversed on the way, so
+// every sample is read and written once. A vector of pixels is reversed with
+// one lane reversal, three-channel pixels as three planes.
 #include "primitives/kernel.hpp"
 #include "primitives/mirror.hpp"
 
@@ -14,15 +13,18 @@ namespace {
 // Rows a and b (a != b) of n bytes trade places.
 void swap_rows(uint8_t* a, uint8_t* b, int n) {
     using V = simd::vec<uint8_t>;
-    constexpr int L = simd::lanes<uint8_t>;
+    constexpr int L = simd::lanes<uint8_t>, U = 4;
     int i = 0;
-    for (; i + 2 * L <= n; i += 2 * L) {
-        const V a0 = simd::load(a + i), a1 = simd::load(a + i + L);
-        const V b0 = simd::load(b + i), b1 = simd::load(b + i + L);
-        simd::store(a + i, b0);
-        simd::store(a + i + L, b1);
-        simd::store(b + i, a0);
-        simd::store(b + i + L, a1);
+    for (; i + U * L <= n; i += U * L) {
+        V va[U], vb[U];
+        for (int k = 0; k < U; ++k) {
+            va[k] = simd::load(a + i + k * L);
+            vb[k] = simd::load(b + i + k * L);
+        }
+        for (int k = 0; k < U; ++k) {
+            simd::store(a + i + k * L, vb[k]);
+            simd::store(b + i + k * L, va[k]);
+        }
     }
     for (; i < n; i += L) {
         const int m = n - i;
@@ -32,61 +34,70 @@ void swap_rows(uint8_t* a, uint8_t* b, int n) {
     }
 }
 
-// d's pixel i = s's pixel n - 1 - i, for n pixels of CH samples (s and d apart).
+// L pixels of CH samples from p, and their reversal: one vector of one-channel
+// pixels, three vectors of three-channel ones (reversed as three planes).
 template <class T, int CH>
-void reverse_pixels(const T* __restrict s, T* __restrict d, int n) {
+struct Block {
     using V = simd::vec<T>;
-    constexpr int L = simd::lanes<T>;
-    int i = 0;
-    for (; i + L <= n; i += L) {
-        const T* from = s + (n - i - L) * CH;
-        if constexpr (CH == 1) {
-            simd::store(d + i, simd::reverse(simd::load(from)));
-        } else {
-            V c0, c1, c2, a, b, c;
-            simd::deinterleave3(simd::load(from), simd::load(from + L), simd::load(from + 2 * L), c0, c1, c2);
-            simd::interleave3(simd::reverse(c0), simd::reverse(c1), simd::reverse(c2), a, b, c);
-            simd::store(d + i * CH, a);
-            simd::store(d + i * CH + L, b);
-            simd::store(d + i * CH + 2 * L, c);
-        }
+    static constexpr int L = simd::lanes<T>;
+    V v[CH];
+    static Block load(const T* p) {
+        Block b;
+        for (int k = 0; k < CH; ++k) b.v[k] = simd::load(p + k * L);
+        return b;
     }
-    for (; i < n; ++i) std::memcpy(d + i * CH, s + (n - 1 - i) * CH, CH * sizeof(T));
+    void store(T* p) const {
+        for (int k = 0; k < CH; ++k) simd::store(p + k * L, v[k]);
+    }
+    Block reversed() const {
+        Block r;
+        if constexpr (CH == 1) {
+            r.v[0] = simd::reverse(v[0]);
+        } else {
+            V c0, c1, c2;
+            simd::deinterleave3(v[0], v[1], v[2], c0, c1, c2);
+            simd::interleave3(simd::reverse(c0), simd::reverse(c1), simd::reverse(c2), r.v[0], r.v[1], r.v[2]);
+        }
+        return r;
+    }
+};
+
+template <class T, int CH>
+inline void swap_pixels(T* a, T* b) {
+    T t[CH];
+    std::memcpy(t, a, sizeof t);
+    std::memcpy(a, b, sizeof t);
+    std::memcpy(b, t, sizeof t);
 }
 
-template <class T>
-void copy_samples(const T* s, T* d, int n) {
-    unary_row(s, d, n, [](auto v) { return v; });
-}
-
-// Pixel i of row a trades places with pixel w - 1 - i of row b; a may be b.
+// Pixel i of row a trades places with pixel w - 1 - i of row b (a != b).
 template <class T, int CH>
 void swap_reversed(T* a, T* b, int w) {
-    constexpr int K = 4096 / int(CH * sizeof(T));  // pixels per chunk
-    T near[2 * K * CH], far[K * CH];
-    const bool same = a == b;
+    using B = Block<T, CH>;
+    constexpr int L = B::L;
     int i = 0;
-    for (;;) {
-        int n = K;
-        if (same) {
-            if (2 * (i + K) > w) break;
-        } else {
-            if (i >= w) break;
-            n = w - i < K ? w - i : K;
-        }
-        T* left = a + i * CH;
-        T* right = b + (w - i - n) * CH;
-        reverse_pixels<T, CH>(left, near, n);
-        reverse_pixels<T, CH>(right, far, n);
-        copy_samples(far, left, n * CH);
-        copy_samples(near, right, n * CH);
-        i += n;
+    for (; i + L <= w; i += L) {
+        T* far = b + (w - i - L) * CH;
+        const B x = B::load(a + i * CH), y = B::load(far);
+        y.reversed().store(a + i * CH);
+        x.reversed().store(far);
     }
-    if (same && 2 * i < w) {  // the middle, fewer than 2K pixels
-        const int m = w - 2 * i;
-        reverse_pixels<T, CH>(a + i * CH, near, m);
-        copy_samples(near, a + i * CH, m * CH);
+    for (; i < w; ++i) swap_pixels<T, CH>(a + i * CH, b + (w - 1 - i) * CH);
+}
+
+// Row a reversed in place: blocks from both ends trade places reversed; the
+// middle, fewer than two blocks, pixel by pixel.
+template <class T, int CH>
+void reverse_row(T* a, int w) {
+    using B = Block<T, CH>;
+    constexpr int L = B::L;
+    int lo = 0, hi = w;
+    for (; hi - lo >= 2 * L; lo += L, hi -= L) {
+        const B x = B::load(a + lo * CH), y = B::load(a + (hi - L) * CH);
+        y.reversed().store(a + lo * CH);
+        x.reversed().store(a + (hi - L) * CH);
     }
+    for (; lo < hi - 1; ++lo, --hi) swap_pixels<T, CH>(a + lo * CH, a + (hi - 1) * CH);
 }
 
 template <class T, int CH>
@@ -97,10 +108,10 @@ void flip(T* image, int step, Size size, int axis) {
             swap_rows(reinterpret_cast<uint8_t*>(row_at(image, step, y)),
                       reinterpret_cast<uint8_t*>(row_at(image, step, h - 1 - y)), int(w * CH * sizeof(T)));
     } else if (axis == 1) {
-        for (int y = 0; y < h; ++y) swap_reversed<T, CH>(row_at(image, step, y), row_at(image, step, y), w);
+        for (int y = 0; y < h; ++y) reverse_row<T, CH>(row_at(image, step, y), w);
     } else {
-        for (int y = 0; y < (h + 1) / 2; ++y)
-            swap_reversed<T, CH>(row_at(image, step, y), row_at(image, step, h - 1 - y), w);
+        for (int y = 0; y < h / 2; ++y) swap_reversed<T, CH>(row_at(image, step, y), row_at(image, step, h - 1 - y), w);
+        if (h % 2) reverse_row<T, CH>(row_at(image, step, h / 2), w);
     }
 }
 

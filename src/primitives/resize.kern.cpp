@@ -70,18 +70,22 @@ inline void put3(T* d, R r0, R r1, R r2, int n) {
 
 // ---- nearest
 
-// Destination samples of one row from the source row through the column table.
+// Destination samples of `rows` rows (all from the same source row) through
+// the column table: blocks of outputs whose sources lie within two vectors
+// take them with one look-up, in 16-bit lanes where the level permutes them in
+// one instruction, and go to every row.
 template <class T>
-void nearest_row_c1(const T* __restrict s, T* __restrict d, const int32_t* xi, int w, int sw) {
-    using E = uint32_t;
+void nearest_row_c1(const T* __restrict s, T* __restrict d, int dst_step, int rows, const int32_t* xi, int w, int sw) {
+    using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
     using V = simd::vec<E>;
-    using I = simd::vec<int32_t>;
+    using M = simd::mask_of<V>;
+    using I = simd::lanes_of<int32_t, E>;
     using S = simd::lanes_of<T, E>;
     constexpr int L = simd::lanes<E>;
     auto window = [&](int from) -> V {
         const int avail = sw - from;
         const S raw = simd::load_first<S>(s + from, avail < L ? avail : L);
-        if constexpr (sizeof(T) == 4) return (V)raw;
+        if constexpr (sizeof(T) == sizeof(E)) return (V)raw;
         else return simd::widen<E>(raw);
     };
     for (int x = 0; x < w; x += L) {
@@ -92,7 +96,7 @@ void nearest_row_c1(const T* __restrict s, T* __restrict d, const int32_t* xi, i
             const I rel = simd::load_first<I>(xi + x, n) - base;
             const V lo = window(base);
             const V hi = sw - base > L ? window(base + L) : V{};
-            r = simd::lookup2(lo, hi, rel);
+            r = simd::lookup2(lo, hi, __builtin_convertvector(rel, M));
         } else {
             for (int j = 0; j < L; ++j) {
                 E e = 0;
@@ -100,35 +104,76 @@ void nearest_row_c1(const T* __restrict s, T* __restrict d, const int32_t* xi, i
                 r[j] = e;
             }
         }
-        if constexpr (sizeof(T) == 4) simd::store_first(d + x, (simd::vec<T>)r, n);
-        else simd::store_first(d + x, simd::narrow_sat<T>((simd::vec<int32_t>)r), n);
+        simd::lanes_of<T, E> out;
+        if constexpr (sizeof(T) == sizeof(E)) out = (simd::lanes_of<T, E>)r;
+        else if constexpr (sizeof(E) == 2) out = simd::narrow_sat<T>(r);
+        else out = simd::narrow_sat<T>((simd::vec<int32_t>)r);
+        for (int k = 0; k < rows; ++k) simd::store_first(row_at(d, dst_step, k) + x, out, n);
     }
 }
 
+// Three channels: the same look-ups on the planes of the source window.
 template <class T>
-void nearest_row_c3(const T* __restrict s, T* __restrict d, const int32_t* xi, int w) {
-    for (int x = 0; x < w; ++x) std::memcpy(d + 3 * x, s + 3 * int64_t(xi[x]), 3 * sizeof(T));
+void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int rows, const int32_t* xi, int w, int sw) {
+    using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
+    using V = simd::vec<E>;
+    using M = simd::mask_of<V>;
+    using I = simd::lanes_of<int32_t, E>;
+    using S = simd::lanes_of<T, E>;
+    constexpr int L = simd::lanes<E>;
+    // L pixels from pixel `from` as three planes (samples past the row's end read as 0).
+    auto planes = [&](int from, V (&c)[3]) {
+        const int avail = 3 * (sw - from);
+        V v[3];
+        for (int k = 0; k < 3; ++k) {
+            const int m = avail - k * L;
+            const S raw = m <= 0 ? S{} : simd::load_first<S>(s + 3 * from + k * L, m < L ? m : L);
+            if constexpr (sizeof(T) == sizeof(E)) v[k] = (V)raw;
+            else v[k] = simd::widen<E>(raw);
+        }
+        simd::deinterleave3(v[0], v[1], v[2], c[0], c[1], c[2]);
+    };
+    auto put_samples = [&](int at, V v, int m) {
+        simd::lanes_of<T, E> out;
+        if constexpr (sizeof(T) == sizeof(E)) out = (simd::lanes_of<T, E>)v;
+        else if constexpr (sizeof(E) == 2) out = simd::narrow_sat<T>(v);
+        else out = simd::narrow_sat<T>((simd::vec<int32_t>)v);
+        for (int k = 0; k < rows; ++k) simd::store_first(row_at(d, dst_step, k) + at, out, m);
+    };
+    for (int x = 0; x < w; x += L) {
+        const int n = w - x < L ? w - x : L;
+        const int base = xi[x];
+        if (xi[x + n - 1] - base >= 2 * L) {
+            for (int k = 0; k < rows; ++k)
+                for (int j = 0; j < n; ++j)
+                    std::memcpy(row_at(d, dst_step, k) + 3 * (x + j), s + 3 * int64_t(xi[x + j]), 3 * sizeof(T));
+            continue;
+        }
+        const M mask = __builtin_convertvector(simd::load_first<I>(xi + x, n) - base, M);
+        V lo[3], hi[3], r[3], out[3];
+        planes(base, lo);
+        if (sw - base > L) planes(base + L, hi);
+        else hi[0] = hi[1] = hi[2] = V{};
+        for (int c = 0; c < 3; ++c) r[c] = simd::lookup2(lo[c], hi[c], mask);
+        simd::interleave3(r[0], r[1], r[2], out[0], out[1], out[2]);
+        const int m = 3 * n;
+        for (int k = 0; k < 3 && k * L < m; ++k) put_samples(3 * x + k * L, out[k], m - k * L < L ? m - k * L : L);
+    }
 }
 
-template <class T>
-void copy_row(const T* s, T* d, int n) {
-    unary_row(s, d, n, [](auto v) { return v; });
-}
-
+// Runs of destination rows that share a source row are written together.
 template <class T>
 int nearest(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
     const int32_t* xi = resize_table<int32_t>(spec, spec->x.first);
     const int32_t* yi = resize_table<int32_t>(spec, spec->y.first);
-    const int w = spec->dst.width, sw = spec->src.width;
-    for (int y = 0; y < spec->dst.height; ++y) {
-        T* d = row_at(dst, dst_step, y);
-        if (y > 0 && yi[y] == yi[y - 1]) {
-            copy_row(row_at(static_cast<const T*>(dst), dst_step, y - 1), d, w * channels);
-            continue;
+    const int w = spec->dst.width, sw = spec->src.width, h = spec->dst.height;
+    for (int y = 0, rows; y < h; y += rows) {
+        for (rows = 1; y + rows < h && yi[y + rows] == yi[y]; ++rows) {
         }
         const T* s = row_at(src, src_step, yi[y]);
-        if (channels == 1) nearest_row_c1(s, d, xi, w, sw);
-        else nearest_row_c3(s, d, xi, w);
+        T* d = row_at(dst, dst_step, y);
+        if (channels == 1) nearest_row_c1(s, d, dst_step, rows, xi, w, sw);
+        else nearest_row_c3(s, d, dst_step, rows, xi, w, sw);
     }
     return st_ok;
 }
