@@ -44,9 +44,32 @@ inline simd::vec<E> fetch(const T* p, int n) {
     using S = simd::lanes_of<T, E>;
     const S s = n >= simd::lanes<E> ? simd::load_as<S>(p) : simd::load_first<S>(p, n);
     if constexpr (std::is_same_v<T, E>) return s;
+    else if constexpr (std::is_same_v<E, uint16_t>) return simd::widen<uint16_t>(s);
     else if constexpr (std::is_same_v<E, float>) return simd::to_float(s);
     else if constexpr (std::is_same_v<E, int32_t>) return (simd::vec<int32_t>)simd::widen<uint32_t>(s);
     else return simd::convert<double>((simd::lanes_of<int32_t, double>)simd::widen<uint32_t>(s));
+}
+
+// The first n of the int32 values at p less `base` (lanes past n: 0 less
+// base), as lanes of the vector V of 16-, 32- or 64-bit lanes: built from
+// whole int32 vectors, so that no lane is assembled on its own.
+template <class V>
+inline V int32_lanes(const int32_t* p, int n, int32_t base = 0) {
+    using I = simd::vec<int32_t>;
+    constexpr int L = simd::lanes<int32_t>, W = int(sizeof(V) / sizeof(element_t<V>));
+    auto part = [&](int at) {
+        const int m = n - at;
+        return (m >= L ? simd::load(p + at) : m > 0 ? simd::load_first<I>(p + at, m) : I{}) - base;
+    };
+    if constexpr (W == L) {
+        return __builtin_convertvector(part(0), V);
+    } else if constexpr (W == 2 * L) {
+        using H = simd::vec<element_t<V>, int(sizeof(V)) / 2>;
+        return simd::join(__builtin_convertvector(part(0), H), __builtin_convertvector(part(L), H));
+    } else {
+        using H = simd::vec<int32_t, int(sizeof(I)) / 2>;
+        return __builtin_convertvector((n >= W ? simd::load_as<H>(p) : simd::load_first<H>(p, n)) - base, V);
+    }
 }
 
 // Stores the first n lanes of r (floats, or integers within T's range) as samples of T.
@@ -79,7 +102,6 @@ void nearest_row_c1(const T* __restrict s, T* __restrict d, int dst_step, int ro
     using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
     using V = simd::vec<E>;
     using M = simd::mask_of<V>;
-    using I = simd::lanes_of<int32_t, E>;
     using S = simd::lanes_of<T, E>;
     constexpr int L = simd::lanes<E>;
     auto window = [&](int from) -> V {
@@ -93,10 +115,10 @@ void nearest_row_c1(const T* __restrict s, T* __restrict d, int dst_step, int ro
         const int base = xi[x];
         V r;
         if (xi[x + n - 1] - base < 2 * L) {
-            const I rel = simd::load_first<I>(xi + x, n) - base;
+            const M rel = int32_lanes<M>(xi + x, n, base);
             const V lo = window(base);
             const V hi = sw - base > L ? window(base + L) : V{};
-            r = simd::lookup2(lo, hi, __builtin_convertvector(rel, M));
+            r = simd::lookup2(lo, hi, rel);
         } else {
             for (int j = 0; j < L; ++j) {
                 E e = 0;
@@ -118,7 +140,6 @@ void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int ro
     using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
     using V = simd::vec<E>;
     using M = simd::mask_of<V>;
-    using I = simd::lanes_of<int32_t, E>;
     using S = simd::lanes_of<T, E>;
     constexpr int L = simd::lanes<E>;
     // L pixels from pixel `from` as three planes (samples past the row's end read as 0).
@@ -149,7 +170,7 @@ void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int ro
                     std::memcpy(row_at(d, dst_step, k) + 3 * (x + j), s + 3 * int64_t(xi[x + j]), 3 * sizeof(T));
             continue;
         }
-        const M mask = __builtin_convertvector(simd::load_first<I>(xi + x, n) - base, M);
+        const M mask = int32_lanes<M>(xi + x, n, base);
         V lo[3], hi[3], r[3], out[3];
         planes(base, lo);
         if (sw - base > L) planes(base + L, hi);
@@ -204,14 +225,23 @@ struct weighted {
     void row_weights(int y, E (&w)[TAPS]) const {
         for (int k = 0; k < TAPS; ++k) w[k] = y_weight[k * spec->dst.height + y];
     }
-    // The weighted sum of the taps t(k) of n outputs from destination column x on.
-    template <class Tap>
-    VE blend(int x, int n, const Tap& t) const {
-        VE acc{};
+    // The weights of the n outputs from destination column x on, per tap.
+    struct Weights {
+        VE w[TAPS];
+    };
+    Weights weights(int x, int n) const {
+        Weights r;
         for (int k = 0; k < TAPS; ++k) {
             const E* w = x_weight + k * spec->dst.width + x;
-            acc = acc + (n >= simd::lanes<E> ? simd::load_as<VE>(w) : simd::load_first<VE>(w, n)) * t(k);
+            r.w[k] = n >= simd::lanes<E> ? simd::load_as<VE>(w) : simd::load_first<VE>(w, n);
         }
+        return r;
+    }
+    // The weighted sum of the taps t(k).
+    template <class Tap>
+    VE blend(const Weights& w, const Tap& t) const {
+        VE acc{};
+        for (int k = 0; k < TAPS; ++k) acc = acc + w.w[k] * t(k);
         return acc;
     }
 };
@@ -242,53 +272,89 @@ struct double_blend : weighted<double, 6> {
 };
 
 // Linear on integer samples: (q − p) a + p b in each pass, summed exactly in
-// E, then divided by Q = q_x q_y with rounding half to even. Int32 lanes while
-// Q times the sample range stays below 2^31; double lanes beyond, exact while
-// Q < 2^36 (destinations below 2^34 pixels): the sums stay below 2^53 and a
-// quotient that is no tie lies at least 1 / 2Q from a half.
+// lanes of E, then divided by Q = q_x q_y with rounding half to even. The
+// narrowest lanes that hold the sums: 16-bit while they stay below 2^15 (8-bit
+// samples on AVX-512, whose word permutes take one instruction), floats while
+// below 2^24, int32 while below 2^31, doubles beyond, exact while Q < 2^36
+// (destinations below 2^34 pixels): the sums stay below 2^53 and a quotient
+// that is no tie lies at least 1 / 2Q from a half.
 template <class Lane>
 struct exact_blend {
     using E = Lane;
     using VE = simd::vec<E>;
-    using I = simd::lanes_of<int32_t, E>;
     static constexpr int taps = 2;
     const ResizeSpec* spec;
     const uint32_t* x_numerator;
     const uint32_t* y_numerator;
     E qx, qy, whole;
-    float inverse;  // 1 / Q, for the int32 quotient's first guess
+    float inverse;        // 1 / Q, for the quotient's first guess
+    uint16_t reciprocal;  // ceil(2^16 / Q), for the 16-bit first guess
+    int shift;            // log2 Q when Q is a power of two above 1 (halving, doubling), else -1
 
     exact_blend(const ResizeSpec* s)
         : spec(s), x_numerator(resize_table<uint32_t>(s, s->x.numerator)),
           y_numerator(resize_table<uint32_t>(s, s->y.numerator)), qx(E(s->x.denominator)), qy(E(s->y.denominator)),
-          whole(E(s->x.denominator * s->y.denominator)), inverse(1.0f / float(s->x.denominator * s->y.denominator)) {}
+          whole(E(s->x.denominator * s->y.denominator)) {
+        const int64_t q = s->x.denominator * s->y.denominator;
+        inverse = 1.0f / float(q);
+        reciprocal = uint16_t(q > 1 && q < 65536 ? (65536 + q - 1) / q : 0);
+        shift = q > 1 && (q & (q - 1)) == 0 ? __builtin_ctzll(uint64_t(q)) : -1;
+    }
 
     void row_weights(int y, E (&w)[2]) const {
         const E p = E(y_numerator[y]);
         w[0] = qy - p;
         w[1] = p;
     }
-    template <class Tap>
-    VE blend(int x, int n, const Tap& t) const {
-        using U = simd::lanes_of<uint32_t, E>;
-        const uint32_t* p = x_numerator + x;
-        const U pu = n >= simd::lanes<E> ? simd::load_as<U>(p) : simd::load_first<U>(p, n);
+    struct Weights {
+        VE w0, w1;
+    };
+    Weights weights(int x, int n) const {
+        // Numerators below 2^31 here, except in double lanes, where they convert unsigned.
+        const int32_t* p = reinterpret_cast<const int32_t*>(x_numerator + x);
         VE pe;
-        if constexpr (std::is_same_v<E, int32_t>) pe = (VE)pu;
-        else pe = __builtin_convertvector(pu, VE);
-        return (qx - pe) * t(0) + pe * t(1);
+        if constexpr (std::is_same_v<E, double>) {
+            using U = simd::lanes_of<uint32_t, E>;
+            pe = __builtin_convertvector(n >= simd::lanes<E> ? simd::load_as<U>(p) : simd::load_first<U>(p, n), VE);
+        } else {
+            pe = int32_lanes<VE>(p, n);
+        }
+        return {qx - pe, pe};
     }
+    template <class Tap>
+    VE blend(const Weights& w, const Tap& t) const {
+        return w.w0 * t(0) + w.w1 * t(1);
+    }
+    // The quotient's integer lanes: q from a first guess within one of it, the remainder r = v − qQ deciding.
     auto finish(VE v) const {
+        if constexpr (std::is_integral_v<E>) {
+            if (shift > 0) {  // Q = 2^s: add just under a half, and one more when the quotient is odd
+                const E bias = E((E(1) << (shift - 1)) - 1);
+                if constexpr (std::is_same_v<E, uint16_t>) return (v + bias + ((v >> shift) & 1)) >> shift;
+                else return (simd::vec<int32_t>)((v + bias + ((v >> shift) & 1)) >> shift);
+            }
+        }
         if constexpr (std::is_same_v<E, double>) {
             return simd::round_even_wide(v / whole);
+        } else if constexpr (std::is_same_v<E, uint16_t>) {
+            using S = simd::vec<int16_t>;
+            const int16_t divisor = int16_t(whole);
+            S q = (S)simd::mulhi(v, VE{} + reciprocal);  // floor(v / Q) or one more
+            S r = (S)(v - (VE)q * whole);
+            const S over = r < 0;
+            q = q + over;
+            r = r + (over & divisor);
+            const S r2 = r + r;
+            const S up = (r2 > divisor) | ((r2 == divisor) & ((q & 1) != 0));
+            return (VE)(q - up);
         } else {
-            // A first guess within one of the quotient, then the remainder decides.
-            const VE q = simd::round_even(simd::convert<float>(v) * inverse);
-            const VE r = v - q * whole;
+            using I = simd::vec<int32_t, sizeof(VE)>;
+            const I q = simd::round_even(simd::convert<float>(v) * inverse);
+            const VE r = v - simd::convert<E>(q) * whole;
             const VE r2 = r + r;
-            const VE odd = (VE)((q & 1) != 0);
-            const VE up = (VE)(r2 > whole) | ((VE)(r2 == whole) & odd);
-            const VE down = (VE)(r2 < -whole) | ((VE)(r2 == -whole) & odd);
+            const I odd = (q & 1) != 0;
+            const I up = (I)(r2 > whole) | ((I)(r2 == whole) & odd);
+            const I down = (I)(r2 < -whole) | ((I)(r2 == -whole) & odd);
             return q - up + down;
         }
     }
@@ -374,18 +440,97 @@ void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* s
             for (int x = xa; x < xb; x += L) {
                 const int n = xb - x < L ? xb - x : L;
                 const int base = first[x] - lo;
-                const I rel = (simd::load_first<I>(first + x, n) - first[x]) & simd::first_lanes<I>(n);
-                const bool window = first[x + n - 1] - first[x] < 2 * L;
-                const M mask = simd::convert<element_t<M>>(rel);
-                auto result = [&](const E* plane) {
-                    const E* p = plane + base;
-                    return b.finish(b.blend(x, n, [&](int k) {
-                        return window ? simd::lookup2(simd::load_as<VE>(p + k), simd::load_as<VE>(p + k + L), mask)
-                                      : simd::gather<VE>(p + k, rel);
-                    }));
+                const auto weights = b.weights(x, n);
+                auto outputs = [&](const auto& tap) {
+                    auto result = [&](const E* plane) {
+                        return b.finish(b.blend(weights, [&](int k) { return tap(plane + base + k); }));
+                    };
+                    if (channels == 1) put(d + x, result(planes[0]), n);
+                    else put3(d + 3 * x, result(planes[0]), result(planes[1]), result(planes[2]), n);
                 };
-                if (channels == 1) put(d + x, result(planes[0]), n);
-                else put3(d + 3 * x, result(planes[0]), result(planes[1]), result(planes[2]), n);
+                if (first[x + n - 1] - first[x] < 2 * L) {
+                    const M mask = int32_lanes<M>(first + x, n, first[x]);
+                    outputs([&](const E* p) { return simd::lookup2(simd::load_as<VE>(p), simd::load_as<VE>(p + L), mask); });
+                } else {
+                    alignas(64) int32_t rel[L];
+                    for (int j = 0; j < L; ++j) rel[j] = j < n ? first[x + j] - first[x] : 0;
+                    outputs([&](const E* p) {
+                        if constexpr (sizeof(E) >= 4) return simd::gather<VE>(p, simd::load_as<I>(rel));
+                        VE r;
+                        for (int j = 0; j < L; ++j) r[j] = p[rel[j]];
+                        return r;
+                    });
+                }
+            }
+        }
+    }
+}
+
+// Exact halving of one-channel integer rows: each output is the sum of a 2 × 2
+// block over 4, halves to even. A pair of neighbouring samples is one lane of
+// twice the width, so the pair sums are a mask, a shift and an add.
+template <class T>
+void halve(const T* src, int src_step, T* dst, int dst_step, int w, int h) {
+    using W = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+    using VW = simd::vec<W>;
+    using VT = simd::vec<T>;
+    constexpr int L = simd::lanes<W>, bits = 8 * int(sizeof(T));
+    constexpr W low = W((W(1) << bits) - 1);
+    for (int y = 0; y < h; ++y) {
+        const T* r0 = row_at(src, src_step, 2 * y);
+        const T* r1 = row_at(src, src_step, 2 * y + 1);
+        T* d = row_at(dst, dst_step, y);
+        for (int x = 0; x < w; x += L) {
+            const int m = w - x < L ? w - x : L;
+            const VW a = (VW)(m == L ? simd::load(r0 + 2 * x) : simd::load_first<VT>(r0 + 2 * x, 2 * m));
+            const VW b = (VW)(m == L ? simd::load(r1 + 2 * x) : simd::load_first<VT>(r1 + 2 * x, 2 * m));
+            const VW sum = (a & low) + (a >> bits) + (b & low) + (b >> bits);
+            const VW q = (sum + 1 + ((sum >> 2) & 1)) >> 2;
+            if constexpr (sizeof(T) == 1) simd::store_first(d + x, simd::narrow_sat<T>(q), m);
+            else simd::store_first(d + x, simd::narrow_sat<T>((simd::vec<int32_t>)q), m);
+        }
+    }
+}
+
+// Three channels: the row sums of a block of 2L pixels as three planes, each
+// plane's neighbouring lanes added, the three results interleaved again.
+template <class T>
+void halve_c3(const T* src, int src_step, T* dst, int dst_step, int w, int h) {
+    using E = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+    using V = simd::vec<E>;
+    using S = simd::lanes_of<T, E>;
+    constexpr int L = simd::lanes<E>;
+    constexpr auto lanes = std::make_index_sequence<L>();
+    auto pairs = [&]<size_t... I>(V a, V b, std::index_sequence<I...>) {
+        return __builtin_shufflevector(a, b, int(2 * I)...) + __builtin_shufflevector(a, b, int(2 * I + 1)...);
+    };
+    for (int y = 0; y < h; ++y) {
+        const T* r0 = row_at(src, src_step, 2 * y);
+        const T* r1 = row_at(src, src_step, 2 * y + 1);
+        T* d = row_at(dst, dst_step, y);
+        for (int x = 0; x < w; x += L) {
+            const int m = w - x < L ? w - x : L;  // output pixels
+            V sum[6];
+            for (int k = 0; k < 6; ++k) {
+                const int at = 6 * x + k * L, left = 6 * m - k * L;
+                auto part = [&](const T* r) -> V {
+                    const S raw = left >= L ? simd::load_as<S>(r + at) : left > 0 ? simd::load_first<S>(r + at, left) : S{};
+                    return simd::widen<E>(raw);
+                };
+                sum[k] = part(r0) + part(r1);
+            }
+            V a[3], b[3], out[3], q[3];
+            simd::deinterleave3(sum[0], sum[1], sum[2], a[0], a[1], a[2]);
+            simd::deinterleave3(sum[3], sum[4], sum[5], b[0], b[1], b[2]);
+            for (int c = 0; c < 3; ++c) {
+                const V t = pairs(a[c], b[c], lanes);
+                q[c] = (t + 1 + ((t >> 2) & 1)) >> 2;
+            }
+            simd::interleave3(q[0], q[1], q[2], out[0], out[1], out[2]);
+            for (int k = 0; k < 3 && k * L < 3 * m; ++k) {
+                const int n = 3 * m - k * L < L ? 3 * m - k * L : L;
+                if constexpr (sizeof(T) == 1) simd::store_first(d + 3 * x + k * L, simd::narrow_sat<T>(out[k]), n);
+                else simd::store_first(d + 3 * x + k * L, simd::narrow_sat<T>((simd::vec<int32_t>)out[k]), n);
             }
         }
     }
@@ -393,12 +538,24 @@ void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* s
 
 template <class T>
 void linear(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
+    if constexpr (!std::is_same_v<T, float>) {
+        if (spec->src.width == 2 * spec->dst.width && spec->src.height == 2 * spec->dst.height) {
+            if (channels == 1) halve(src, src_step, dst, dst_step, spec->dst.width, spec->dst.height);
+            else halve_c3(src, src_step, dst, dst_step, spec->dst.width, spec->dst.height);
+            return;
+        }
+    }
     if constexpr (std::is_same_v<T, float>) {
         tiles(src, src_step, dst, dst_step, spec, channels, single_blend<float, 2>(spec));
     } else {
-        // q <= 2D < 2^32, so Q < 2^64.
+        // q <= 2D < 2^32, so Q < 2^64; the sums reach Q times the largest sample.
         const uint64_t whole = uint64_t(spec->x.denominator) * uint64_t(spec->y.denominator);
-        if (whole < uint64_t(INT32_MAX) / uint64_t(max_value<T>() + 1))
+        const uint64_t top = uint64_t(max_value<T>());
+        if (simd::kBytes == 64 && sizeof(T) == 1 && whole > 1 && whole * top < 32768)
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<uint16_t>(spec));
+        else if (whole * top < (uint64_t(1) << 24))
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<float>(spec));
+        else if (whole < uint64_t(INT32_MAX) / (top + 1))
             tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<int32_t>(spec));
         else
             tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<double>(spec));

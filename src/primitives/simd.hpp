@@ -526,14 +526,13 @@ inline V lookup2(V lo, V hi, I idx) {
     return __builtin_shuffle(lo, hi, idx);
 }
 
-// Lane i of the result is base[idx[i]]: 32- or 64-bit elements at any address,
-// 32-bit indices, one index per lane of the result. The processor's gathers on
-// AVX2 and AVX-512, scalar loads on the baseline.
+// Lane i of the result is base[idx[i]]: elements at any address, 32-bit
+// indices, one index per lane of the result. The processor's gathers for 32-
+// and 64-bit elements on AVX2 and AVX-512, scalar loads otherwise.
 template <class V, class I>
 inline V gather(const element_t<V>* base, I idx) {
     using T = element_t<V>;
     constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
-    static_assert(sizeof(T) == 4 || sizeof(T) == 8);
     static_assert(sizeof(element_t<I>) == 4 && sizeof(I) / 4 == n);
 #if defined(__AVX512F__)
     if constexpr (sizeof(V) == 64 && sizeof(T) == 4) {
@@ -561,6 +560,24 @@ inline V gather(const element_t<V>* base, I idx) {
         std::memcpy(&t, base + idx[k], sizeof t);
         r[k] = t;
     }
+    return r;
+}
+
+// The high halves of the 32-bit products of unsigned 16-bit lanes.
+template <class V>
+inline V mulhi(V a, V b) {
+    static_assert(std::is_same_v<element_t<V>, uint16_t>);
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 64) return (V)_mm512_mulhi_epu16((__m512i)a, (__m512i)b);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32) return (V)_mm256_mulhi_epu16((__m256i)a, (__m256i)b);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (V)_mm_mulhi_epu16((__m128i)a, (__m128i)b);
+#endif
+    V r;
+    for (size_t k = 0; k < sizeof(V) / 2; ++k) r[k] = static_cast<uint16_t>((uint32_t(a[k]) * b[k]) >> 16);
     return r;
 }
 
