@@ -563,6 +563,32 @@ inline V gather(const element_t<V>* base, I idx) {
     return r;
 }
 
+// Lane i of the result is the 4-byte word at byte offset off[i] from base, at
+// any address (32-bit lanes, as many offsets as lanes).
+template <class V, class I>
+inline V gather_bytes(const void* base, I off) {
+    static_assert(sizeof(element_t<V>) == 4 && sizeof(I) == sizeof(V) && sizeof(element_t<I>) == 4);
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64)
+        return (V)_mm512_mask_i32gather_epi32(_mm512_setzero_si512(), 0xFFFF, (__m512i)off, base, 1);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32)
+        return (V)_mm256_mask_i32gather_epi32(_mm256_setzero_si256(), static_cast<const int*>(base), (__m256i)off,
+                                              _mm256_set1_epi32(-1), 1);
+    if constexpr (sizeof(V) == 16)
+        return (V)_mm_mask_i32gather_epi32(_mm_setzero_si128(), static_cast<const int*>(base), (__m128i)off,
+                                           _mm_set1_epi32(-1), 1);
+#endif
+    V r;
+    for (size_t k = 0; k < sizeof(V) / 4; ++k) {
+        element_t<V> w;
+        std::memcpy(&w, static_cast<const unsigned char*>(base) + off[k], 4);
+        r[k] = w;
+    }
+    return r;
+}
+
 // The high halves of the 32-bit products of unsigned 16-bit lanes.
 template <class V>
 inline V mulhi(V a, V b) {

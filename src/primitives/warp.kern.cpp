@@ -39,6 +39,39 @@ inline T to_sample(F v) {
     }
 }
 
+// n (<= lanes of F) samples of T from p as lanes of F.
+template <class F, class T>
+inline simd::vec<F> lanes_of(const T* p, int n) {
+    using S = simd::lanes_of<T, F>;
+    const S raw = n >= simd::lanes<F> ? simd::load_as<S>(p) : simd::load_first<S>(p, n);
+    if constexpr (std::is_same_v<T, F>) return raw;
+    else if constexpr (std::is_same_v<F, float>) return simd::to_float(raw);
+    else return simd::convert<double>((simd::lanes_of<int32_t, double>)simd::widen<uint32_t>(raw));
+}
+
+// Blended lanes as the integer lanes of samples (rounded half to even, saturated), or floats as they are.
+template <class T, class V>
+inline auto samples_of(V v) {
+    using F = simd::element_t<V>;
+    if constexpr (std::is_same_v<T, float>) {
+        return v;
+    } else if constexpr (std::is_same_v<F, float>) {
+        return simd::round_clamped(v, float(max_value<T>()));
+    } else {
+        const V zero{};
+        v = v > zero ? v : zero;
+        v = v < zero + F(max_value<T>()) ? v : zero + F(max_value<T>());
+        return simd::round_even_wide(v);
+    }
+}
+
+// The first n lanes of r (floats, or integers within T's range) stored as samples of T.
+template <class T, class R>
+inline void put(T* d, R r, int n) {
+    if constexpr (std::is_same_v<simd::element_t<R>, T>) simd::store_first(d, r, n);
+    else simd::store_first(d, simd::narrow_sat<T>(r), n);
+}
+
 // Columns x in [0, w) where lo <= b + a * x < hi, widened by one column on each
 // side against rounding; the caller trims the ends with the exact test.
 void approximate_span(double b, double a, double lo, double hi, int w, int& x0, int& x1) {
@@ -110,32 +143,70 @@ Frame<T, CH> prepare(const T* src, int src_step, const WarpSpec* spec, void* buf
     return f;
 }
 
+// Destination rows are taken in bands of kBand rows and each band in chunks of
+// kChunk columns: the source pixels a chunk of a band reads lie close together
+// (a turned rectangle), so they stay in the first-level cache, where whole
+// rows of a turned image would sweep it.
+constexpr int kBand = 32;
+constexpr int kChunk = 256;
+
+// Where a row's segments begin and end: border before lo and after hi; for the
+// linear warp edge pixels in [lo, flo) and (fhi, hi], full ones in [flo, fhi].
+struct RowSpan {
+    double bx, by;
+    int lo, hi, flo, fhi;
+};
+
+// [a, b] ∩ [c0, c1), as a start and a count.
+inline bool clip(int a, int b, int c0, int c1, int& from, int& n) {
+    from = a > c0 ? a : c0;
+    const int to = b + 1 < c1 ? b + 1 : c1;
+    n = to - from;
+    return n > 0;
+}
+
 template <class T, int CH>
 void nearest(const T* src, int src_step, T* dst, int dst_step, Size dst_size, const WarpSpec* spec, void* buffer) {
     const int w = dst_size.width;
     const Frame<T, CH> f = prepare<T, CH>(src, src_step, spec, buffer, w);
     const double* m = spec->inverse;
     const double sw = f.sw, sh = f.sh;
-    for (int y = 0; y < dst_size.height; ++y) {
-        T* d = row_at(dst, dst_step, y);
-        // Shifted by half a pixel, so that truncation is the nearest index.
-        const double bx = m[1] * y + m[2] + 0.5, by = m[4] * y + m[5] + 0.5;
-        auto inside = [&](int x) {
-            const double u = bx + f.ax[x], v = by + f.ay[x];
-            return u >= 0.0 && u < sw && v >= 0.0 && v < sh;
-        };
-        int x0, x1, y0, y1;
-        approximate_span(bx, m[0], 0.0, sw, w, x0, x1);
-        approximate_span(by, m[3], 0.0, sh, w, y0, y1);
-        int lo = x0 > y0 ? x0 : y0, hi = x1 < y1 ? x1 : y1;
-        while (lo <= hi && !inside(lo)) ++lo;
-        while (hi >= lo && !inside(hi)) --hi;
-        for (int x = 0; x < lo; ++x) put_border(d + x * CH, f);
-        for (int x = lo; x <= hi; ++x) {
-            const int ix = int(bx + f.ax[x]), iy = int(by + f.ay[x]);
-            std::memcpy(d + x * CH, row_at(src, src_step, iy) + ix * CH, CH * sizeof(T));
+    RowSpan spans[kBand];
+    for (int y0 = 0; y0 < dst_size.height; y0 += kBand) {
+        const int rows = dst_size.height - y0 < kBand ? dst_size.height - y0 : kBand;
+        for (int r = 0; r < rows; ++r) {
+            const int y = y0 + r;
+            // Shifted by half a pixel, so that truncation is the nearest index.
+            const double bx = m[1] * y + m[2] + 0.5, by = m[4] * y + m[5] + 0.5;
+            auto inside = [&](int x) {
+                const double u = bx + f.ax[x], v = by + f.ay[x];
+                return u >= 0.0 && u < sw && v >= 0.0 && v < sh;
+            };
+            int x0, x1, v0, v1;
+            approximate_span(bx, m[0], 0.0, sw, w, x0, x1);
+            approximate_span(by, m[3], 0.0, sh, w, v0, v1);
+            int lo = x0 > v0 ? x0 : v0, hi = x1 < v1 ? x1 : v1;
+            while (lo <= hi && !inside(lo)) ++lo;
+            while (hi >= lo && !inside(hi)) --hi;
+            spans[r] = {bx, by, lo, hi, 0, -1};
         }
-        for (int x = hi + 1 > lo ? hi + 1 : lo; x < w; ++x) put_border(d + x * CH, f);
+        for (int c0 = 0; c0 < w; c0 += kChunk) {
+            const int c1 = w - c0 < kChunk ? w : c0 + kChunk;
+            for (int r = 0; r < rows; ++r) {
+                const RowSpan& sp = spans[r];
+                T* d = row_at(dst, dst_step, y0 + r);
+                int from, n;
+                if (clip(0, sp.lo - 1, c0, c1, from, n))
+                    for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
+                if (clip(sp.lo, sp.hi, c0, c1, from, n))
+                    for (int x = from; x < from + n; ++x) {
+                        const int ix = int(sp.bx + f.ax[x]), iy = int(sp.by + f.ay[x]);
+                        std::memcpy(d + x * CH, row_at(src, src_step, iy) + ix * CH, CH * sizeof(T));
+                    }
+                if (clip(sp.hi + 1 > sp.lo ? sp.hi + 1 : sp.lo, w - 1, c0, c1, from, n))
+                    for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
+            }
+        }
     }
 }
 
@@ -168,11 +239,12 @@ Lanes<T, CH> lanes_in(void* buffer, int w) {
     return l;
 }
 
-// The span where all four neighbours are inside, in three passes: positions
-// and fractions (vector), the neighbour fetches (scalar, one load each), and
-// the blend (vector) with the same terms as blend_edge.
+// The span where all four neighbours are inside, for layouts without a gather
+// of their own: positions and fractions, the neighbour fetches (one load
+// each) into channel planes, and the blend (vector) with the same terms as
+// blend_edge.
 template <class T, int CH>
-void blend_span(const Frame<T, CH>& f, double bx, double by, int x0, int n, T* __restrict d, const Lanes<T, CH>& l) {
+void blend_span_planes(const Frame<T, CH>& f, double bx, double by, int x0, int n, T* __restrict d, const Lanes<T, CH>& l) {
     using F = blend_t<T>;
     const double* __restrict ax = f.ax + x0;
     const double* __restrict ay = f.ay + x0;
@@ -187,6 +259,7 @@ void blend_span(const Frame<T, CH>& f, double bx, double by, int x0, int n, T* _
         fy[i] = F(v - iy);
         off[i] = iy * step + ix * int(CH * sizeof(T));
     }
+    // Neighbours per channel plane: plane c of neighbour k holds n samples from l.p[k] + c * n.
     const uint8_t* __restrict s = reinterpret_cast<const uint8_t*>(f.src);
     T* __restrict p00 = l.p[0];
     T* __restrict p01 = l.p[1];
@@ -196,18 +269,136 @@ void blend_span(const Frame<T, CH>& f, double bx, double by, int x0, int n, T* _
         for (int c = 0; c < CH; ++c) {
             const T* q0 = reinterpret_cast<const T*>(s + off[i]) + c;
             const T* q1 = reinterpret_cast<const T*>(s + off[i] + step) + c;
-            p00[i * CH + c] = load_one(q0);
-            p01[i * CH + c] = load_one(q0 + CH);
-            p10[i * CH + c] = load_one(q1);
-            p11[i * CH + c] = load_one(q1 + CH);
+            p00[c * n + i] = load_one(q0);
+            p01[c * n + i] = load_one(q0 + CH);
+            p10[c * n + i] = load_one(q1);
+            p11[c * n + i] = load_one(q1 + CH);
         }
-    for (int i = 0; i < n; ++i)
-        for (int c = 0; c < CH; ++c) {
-            const F a = fx[i], b = fy[i];
-            const F top = (F(1) - a) * F(p00[i * CH + c]) + a * F(p01[i * CH + c]);
-            const F bottom = (F(1) - a) * F(p10[i * CH + c]) + a * F(p11[i * CH + c]);
-            store_one(d + i * CH + c, to_sample<T>((F(1) - b) * top + b * bottom));
+    using VF = simd::vec<F>;
+    constexpr int L = simd::lanes<F>;
+    for (int i = 0; i < n; i += L) {
+        const int m = n - i < L ? n - i : L;
+        const VF a = simd::load_first<VF>(fx + i, m), b = simd::load_first<VF>(fy + i, m);
+        auto channel = [&](int c) {
+            const int at = c * n + i;
+            const VF top = (F(1) - a) * lanes_of<F>(p00 + at, m) + a * lanes_of<F>(p01 + at, m);
+            const VF bottom = (F(1) - a) * lanes_of<F>(p10 + at, m) + a * lanes_of<F>(p11 + at, m);
+            return samples_of<T>((F(1) - b) * top + b * bottom);
+        };
+        if constexpr (CH == 1) {
+            put(d + i, channel(0), m);
+        } else {
+            using R = decltype(channel(0));
+            constexpr int W = int(sizeof(R) / sizeof(simd::element_t<R>));
+            R v[3];
+            simd::interleave3(channel(0), channel(1), channel(2), v[0], v[1], v[2]);
+            for (int k = 0; k < 3 && k * W < 3 * m; ++k)
+                put(d + i * CH + k * W, v[k], 3 * m - k * W < W ? 3 * m - k * W : W);
         }
+    }
+}
+
+// The span where all four neighbours are inside, one vector of pixels at a
+// time: positions and fractions from the column terms in double precision,
+// the neighbours gathered as 32-bit words (both neighbours of a row in one
+// word for 8- and 16-bit samples; for three 8-bit channels a word at each
+// neighbour's first sample, and one ending at the second's last), and the
+// blend with the same terms as blend_edge.
+template <class T, int CH>
+void blend_span(const Frame<T, CH>& f, double bx, double by, int x0, int n, T* __restrict d, const Lanes<T, CH>& l) {
+    using F = blend_t<T>;
+    if constexpr (CH != 1 && sizeof(T) != 1) {
+        blend_span_planes(f, bx, by, x0, n, d, l);
+    } else {
+        using VF = simd::vec<F>;
+        using I = simd::lanes_of<int32_t, F>;
+        using U = simd::lanes_of<uint32_t, F>;
+        using VD = simd::vec<double>;
+        using ID = simd::lanes_of<int32_t, double>;
+        using FD = simd::lanes_of<F, double>;
+        constexpr int L = simd::lanes<F>, LD = simd::lanes<double>;
+        constexpr int pixel = CH * int(sizeof(T));
+        const int step = f.src_step;
+        const auto* s = reinterpret_cast<const uint8_t*>(f.src);
+        // Bytes a word may reach: up to the last sample of the source region.
+        const int64_t limit = int64_t(f.sh - 1) * step + int64_t(f.sw) * pixel;
+        for (int i = 0; i < n; i += L) {
+            const int m = n - i < L ? n - i : L;
+            // Positions: ix, iy truncated (the span is inside), fractions u - ix and v - iy.
+            ID ixh[L / LD], iyh[L / LD];
+            FD fxh[L / LD], fyh[L / LD];
+            for (int h = 0; h < L / LD; ++h) {
+                const int at = x0 + i + h * LD, left = m - h * LD;
+                auto column = [&](const double* t) {
+                    return left >= LD ? simd::load(t + at) : left > 0 ? simd::load_first<VD>(t + at, left) : VD{};
+                };
+                const VD u = bx + column(f.ax), v = by + column(f.ay);
+                ixh[h] = __builtin_convertvector(u, ID);
+                iyh[h] = __builtin_convertvector(v, ID);
+                fxh[h] = __builtin_convertvector(u - __builtin_convertvector(ixh[h], VD), FD);
+                fyh[h] = __builtin_convertvector(v - __builtin_convertvector(iyh[h], VD), FD);
+            }
+            I ix, iy;
+            VF fx, fy;
+            if constexpr (L == LD) {
+                ix = ixh[0], iy = iyh[0], fx = fxh[0], fy = fyh[0];
+            } else {
+                ix = simd::join(ixh[0], ixh[1]), iy = simd::join(iyh[0], iyh[1]);
+                fx = simd::join(fxh[0], fxh[1]), fy = simd::join(fyh[0], fyh[1]);
+            }
+            I off = iy * step + ix * pixel;
+            // Lanes past the span fetch the first pixel's neighbours.
+            const I valid = simd::first_lanes<I>(m);
+            off = (off & valid) | (~valid & off[0]);
+            auto word = [&](int delta) { return simd::gather_bytes<U>(s + delta, off); };
+            auto sample = [](U w, int shift) {
+                const U bits = sizeof(T) == 4 ? w : (w >> shift) & uint32_t(max_value<T>());
+                if constexpr (std::is_same_v<T, float>) return (VF)bits;
+                else if constexpr (std::is_same_v<F, float>) return __builtin_convertvector((I)bits, VF);
+                else return __builtin_convertvector((I)bits, VF);
+            };
+            auto blend = [&](VF p00, VF p01, VF p10, VF p11) {
+                const VF top = (F(1) - fx) * p00 + fx * p01;
+                const VF bottom = (F(1) - fx) * p10 + fx * p11;
+                return samples_of<T>((F(1) - fy) * top + fy * bottom);
+            };
+            if constexpr (CH == 1 && sizeof(T) == 4) {
+                put(d + i, blend(sample(word(0), 0), sample(word(4), 0), sample(word(step), 0),
+                                 sample(word(step + 4), 0)),
+                    m);
+            } else if constexpr (CH == 1) {
+                U w0, w1;
+                bool whole = true;  // a word reaching past the region's last sample is read in pieces
+                if constexpr (sizeof(T) == 1) {
+                    const I far = off + (step + 4);
+                    for (int j = 0; j < L; ++j) whole = whole && far[j] <= limit;
+                }
+                if (whole) {
+                    w0 = word(0);
+                    w1 = word(step);
+                } else {
+                    for (int j = 0; j < L; ++j) {
+                        const uint8_t* q = s + off[j];
+                        w0[j] = uint32_t(q[0]) | uint32_t(q[1]) << 8;
+                        w1[j] = uint32_t(q[step]) | uint32_t(q[step + 1]) << 8;
+                    }
+                }
+                constexpr int bits = 8 * int(sizeof(T));
+                put(d + i, blend(sample(w0, 0), sample(w0, bits), sample(w1, 0), sample(w1, bits)), m);
+            } else {
+                const U a0 = word(0), a1 = word(2), b0 = word(step), b1 = word(step + 2);
+                auto channel = [&](int c) {
+                    return blend(sample(a0, 8 * c), sample(a1, 8 * c + 8), sample(b0, 8 * c), sample(b1, 8 * c + 8));
+                };
+                using R = decltype(channel(0));
+                constexpr int W = int(sizeof(R) / sizeof(simd::element_t<R>));
+                R v[3];
+                simd::interleave3(channel(0), channel(1), channel(2), v[0], v[1], v[2]);
+                for (int k = 0; k < 3 && k * W < 3 * m; ++k)
+                    put(d + i * CH + k * W, v[k], 3 * m - k * W < W ? 3 * m - k * W : W);
+            }
+        }
+    }
 }
 
 // Near the edge: neighbours outside the source contribute the border value.
@@ -238,40 +429,57 @@ void linear(const T* src, int src_step, T* dst, int dst_step, Size dst_size, con
     const Lanes<T, CH> lanes = lanes_in<T, CH>(buffer, w);
     const double* m = spec->inverse;
     const double sw = f.sw, sh = f.sh;
-    for (int y = 0; y < dst_size.height; ++y) {
-        T* d = row_at(dst, dst_step, y);
-        const double bx = m[1] * y + m[2], by = m[4] * y + m[5];
-        // Some neighbour inside: -1 <= u < sw. All four inside: 0 <= u < sw - 1.
-        auto touches = [&](int x) {
-            const double u = bx + f.ax[x], v = by + f.ay[x];
-            return u >= -1.0 && u < sw && v >= -1.0 && v < sh;
-        };
-        auto full = [&](int x) {
-            const double u = bx + f.ax[x], v = by + f.ay[x];
-            return u >= 0.0 && u < sw - 1.0 && v >= 0.0 && v < sh - 1.0;
-        };
-        int x0, x1, y0, y1;
-        approximate_span(bx, m[0], -1.0, sw, w, x0, x1);
-        approximate_span(by, m[3], -1.0, sh, w, y0, y1);
-        int lo = x0 > y0 ? x0 : y0, hi = x1 < y1 ? x1 : y1;
-        while (lo <= hi && !touches(lo)) ++lo;
-        while (hi >= lo && !touches(hi)) --hi;
-        approximate_span(bx, m[0], 0.0, sw - 1.0, w, x0, x1);
-        approximate_span(by, m[3], 0.0, sh - 1.0, w, y0, y1);
-        int flo = x0 > y0 ? x0 : y0, fhi = x1 < y1 ? x1 : y1;
-        flo = flo < lo ? lo : flo;
-        fhi = fhi > hi ? hi : fhi;
-        while (flo <= fhi && !full(flo)) ++flo;
-        while (fhi >= flo && !full(fhi)) --fhi;
-        if (flo > fhi) {  // no full span: the whole touched span is edge
-            flo = hi + 1;
-            fhi = hi;
+    RowSpan spans[kBand];
+    for (int y0 = 0; y0 < dst_size.height; y0 += kBand) {
+        const int rows = dst_size.height - y0 < kBand ? dst_size.height - y0 : kBand;
+        for (int r = 0; r < rows; ++r) {
+            const int y = y0 + r;
+            const double bx = m[1] * y + m[2], by = m[4] * y + m[5];
+            // Some neighbour inside: -1 <= u < sw. All four inside: 0 <= u < sw - 1.
+            auto touches = [&](int x) {
+                const double u = bx + f.ax[x], v = by + f.ay[x];
+                return u >= -1.0 && u < sw && v >= -1.0 && v < sh;
+            };
+            auto full = [&](int x) {
+                const double u = bx + f.ax[x], v = by + f.ay[x];
+                return u >= 0.0 && u < sw - 1.0 && v >= 0.0 && v < sh - 1.0;
+            };
+            int x0, x1, v0, v1;
+            approximate_span(bx, m[0], -1.0, sw, w, x0, x1);
+            approximate_span(by, m[3], -1.0, sh, w, v0, v1);
+            int lo = x0 > v0 ? x0 : v0, hi = x1 < v1 ? x1 : v1;
+            while (lo <= hi && !touches(lo)) ++lo;
+            while (hi >= lo && !touches(hi)) --hi;
+            approximate_span(bx, m[0], 0.0, sw - 1.0, w, x0, x1);
+            approximate_span(by, m[3], 0.0, sh - 1.0, w, v0, v1);
+            int flo = x0 > v0 ? x0 : v0, fhi = x1 < v1 ? x1 : v1;
+            flo = flo < lo ? lo : flo;
+            fhi = fhi > hi ? hi : fhi;
+            while (flo <= fhi && !full(flo)) ++flo;
+            while (fhi >= flo && !full(fhi)) --fhi;
+            if (flo > fhi) {  // no full span: the whole touched span is edge
+                flo = hi + 1;
+                fhi = hi;
+            }
+            spans[r] = {bx, by, lo, hi, flo, fhi};
         }
-        for (int x = 0; x < lo; ++x) put_border(d + x * CH, f);
-        for (int x = lo; x < flo; ++x) blend_edge(f, bx + f.ax[x], by + f.ay[x], d + x * CH);
-        if (fhi >= flo) blend_span(f, bx, by, flo, fhi - flo + 1, d + flo * CH, lanes);
-        for (int x = fhi + 1 > lo ? fhi + 1 : lo; x <= hi; ++x) blend_edge(f, bx + f.ax[x], by + f.ay[x], d + x * CH);
-        for (int x = hi + 1 > lo ? hi + 1 : lo; x < w; ++x) put_border(d + x * CH, f);
+        for (int c0 = 0; c0 < w; c0 += kChunk) {
+            const int c1 = w - c0 < kChunk ? w : c0 + kChunk;
+            for (int r = 0; r < rows; ++r) {
+                const RowSpan& sp = spans[r];
+                T* d = row_at(dst, dst_step, y0 + r);
+                int from, n;
+                if (clip(0, sp.lo - 1, c0, c1, from, n))
+                    for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
+                if (clip(sp.lo, sp.flo - 1, c0, c1, from, n))
+                    for (int x = from; x < from + n; ++x) blend_edge(f, sp.bx + f.ax[x], sp.by + f.ay[x], d + x * CH);
+                if (clip(sp.flo, sp.fhi, c0, c1, from, n)) blend_span(f, sp.bx, sp.by, from, n, d + from * CH, lanes);
+                if (clip(sp.fhi + 1 > sp.lo ? sp.fhi + 1 : sp.lo, sp.hi, c0, c1, from, n))
+                    for (int x = from; x < from + n; ++x) blend_edge(f, sp.bx + f.ax[x], sp.by + f.ay[x], d + x * CH);
+                if (clip(sp.hi + 1 > sp.lo ? sp.hi + 1 : sp.lo, w - 1, c0, c1, from, n))
+                    for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
+            }
+        }
     }
 }
 
