@@ -33,13 +33,16 @@ constexpr int data_type_of(int32_t format) {
 }  // namespace
 
 template <class T>
-int8_t rotate_image(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
+int8_t rotate_image(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation,
+                    int first_row, int rows) {
     // Both images are walked whole with their own steps.
     if (!whole_fits(*src) || !whole_fits(*dst)) return beyond_image;
     const int channels = src->channels;
+    if (rows < 0) rows = dst->height;
+    const prim::Size band{dst->width, rows};
     double matrix[6];
     if (failed(prim::rotate_transform(angle, x_shift, y_shift, matrix))) return primitive_failed;
-    if (failed(clear(pixel_at<T>(*dst, 0, 0), step_of(*dst), size_of(*dst), channels))) return primitive_failed;
+    if (failed(clear(pixel_at<T>(*dst, 0, first_row), step_of(*dst), band, channels))) return primitive_failed;
     if (interpolation != prim::warp_nearest && interpolation != prim::warp_linear) return out_of_range;
     const prim::Size ss = size_of(*src), ds = size_of(*dst);
     const int data_type = data_type_of(format_of<T>);
@@ -59,15 +62,15 @@ int8_t rotate_image(const img* src, img* dst, double angle, double x_shift, doub
     auto work = make_scratch<uint8_t>(work_bytes);
     const auto& warp = interpolation == prim::warp_nearest ? prim::warp_affine<T, prim::filter::nearest>
                                                            : prim::warp_affine<T, prim::filter::linear>;
-    if (failed(warp(pixel_at<const T>(*src, 0, 0), step_of(*src), pixel_at<T>(*dst, 0, 0), step_of(*dst), {0, 0}, ds,
-                    channels, spec.get(), work.get())))
+    if (failed(warp(pixel_at<const T>(*src, 0, 0), step_of(*src), pixel_at<T>(*dst, 0, first_row), step_of(*dst),
+                    {0, first_row}, band, channels, spec.get(), work.get())))
         return primitive_failed;
     return ok;
 }
 
-template int8_t rotate_image<uint8_t>(const img*, img*, double, double, double, int);
-template int8_t rotate_image<uint16_t>(const img*, img*, double, double, double, int);
-template int8_t rotate_image<float>(const img*, img*, double, double, double, int);
+template int8_t rotate_image<uint8_t>(const img*, img*, double, double, double, int, int, int);
+template int8_t rotate_image<uint16_t>(const img*, img*, double, double, double, int, int, int);
+template int8_t rotate_image<float>(const img*, img*, double, double, double, int, int, int);
 
 namespace {
 

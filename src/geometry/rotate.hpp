@@ -10,7 +10,11 @@
 
 namespace lum {
 
+// With `rows` >= 0 only the destination rows [first_row, first_row + rows)
+// are cleared and computed (the line profiles need a few rows of a band);
+// they get exactly what the whole rotation gives them.
 template <class T>
-int8_t rotate_image(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation);
+int8_t rotate_image(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation,
+                    int first_row = 0, int rows = -1);
 
 }  // namespace lum

@@ -30,10 +30,18 @@ Segment measure(lum_point a, lum_point b) {
     return s;
 }
 
+// The digital lines from a to b shifted by shifts[i] (x, y pairs), into out[i].
+template <class T>
+int sample_lines(const img& image, lum_point a, lum_point b, const int32_t* shifts, int lines, T* const* out,
+                 int capacity) {
+    return prim::sample_lines<T>(pixel_at<const T>(image, 0, 0), step_of(image), size_of(image), a.x, a.y, b.x, b.y,
+                                 shifts, lines, out, capacity);
+}
+
 template <class T>
 int sample_line(const img& image, lum_point a, lum_point b, T* out, int capacity) {
-    return prim::sample_line<T>(pixel_at<const T>(image, 0, 0), step_of(image), size_of(image), a.x, a.y, b.x, b.y,
-                                out, capacity);
+    const int32_t none[2] = {0, 0};
+    return sample_lines(image, a, b, none, 1, &out, capacity);
 }
 
 // Offsets of the extra lines: built from the negated slope, so the band runs
@@ -74,16 +82,22 @@ int8_t fast_profile(const img& image, const Segment& s, uint32_t thickness, T* o
         if (s.a.x == s.b.x && s.a.y == s.b.y) return out_of_range;
         auto offsets = std::make_unique<lum_point[]>(thickness);
         band_offsets(s, thickness, offsets.get());
+        // The shifted lines inside the image are sampled together; one that leaves
+        // the image is replaced by the central one.
+        auto shifts = std::make_unique<int32_t[]>(2 * thickness);
+        auto rows = std::make_unique<T*[]>(thickness);
+        int lines = 0;
         for (uint32_t i = 1; i < thickness; ++i) {
             const lum_point a{s.a.x + offsets[i].x, s.a.y + offsets[i].y}, b{s.b.x + offsets[i].x, s.b.y + offsets[i].y};
-            // A shifted line that leaves the image is replaced by the central one.
             if (!inside(image, a.x, a.y) || !inside(image, b.x, b.y)) {
                 std::memcpy(row(i), row(0), sizeof(T) * n);
                 continue;
             }
-            LUM_CHECK(map_status(sample_line(image, a, b, line.get(), n)));
-            std::memcpy(row(i), line.get(), sizeof(T) * n);
+            shifts[2 * lines] = offsets[i].x;
+            shifts[2 * lines + 1] = offsets[i].y;
+            rows[lines++] = row(i);
         }
+        if (lines > 0) LUM_CHECK(map_status(sample_lines(image, s.a, s.b, shifts.get(), lines, rows.get(), n)));
     }
     const lum_size from{n, static_cast<int32_t>(thickness)}, to{static_cast<int32_t>(s.length), 1};
     return resize_engine<T>(row(0), step, from, out, static_cast<int>(sizeof(T) * s.length), to, 1,
@@ -141,7 +155,10 @@ int8_t band_profile(const img& image, const Segment& s, uint32_t thickness, T* o
     // The first point lands at column 0 and at row y1 - top of the band.
     const double x_shift = -(s.a.x * c + s.a.y * sn);
     const double y_shift = -(-s.a.x * sn + s.a.y * c) + s.a.y - top;
-    LUM_CHECK(rotate_image<T>(&image, &band, angle, x_shift, y_shift, 2));
+    // The final resize of thickness rows to one reads the band's centre row, and
+    // the row below it when the centre falls between two: only those are turned.
+    const int t = static_cast<int>(thickness), centre = (t - 1) / 2, last = centre + 1 < t ? centre + 1 : t - 1;
+    LUM_CHECK(rotate_image<T>(&image, &band, angle, x_shift, y_shift, 2, centre, last - centre + 1));
     const lum_size from{band.width, band.height}, to{band.width, 1};
     return resize_engine<T>(pixel_at<const T>(band, 0, 0), step_of(band), from, out,
                             static_cast<int>(sizeof(T)) * band.width, to, 1, 2);

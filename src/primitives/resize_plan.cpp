@@ -103,16 +103,23 @@ void linear_axis(ResizeSpec* spec, ResizeAxis& axis) {
     auto* first = table<int32_t>(spec, axis.first);
     auto* numerator = table<uint32_t>(spec, axis.numerator);
     auto* weight = table<float>(spec, axis.weight);
+    // (2i + 1) S - D = 2D first + n with 0 <= n < 2D, for i = 0 and then each
+    // next i 2S further on: first is floor(c), and n the fraction's numerator.
+    const int64_t t0 = int64_t(s) - d;
+    int64_t n = ((t0 % two_d) + two_d) % two_d, at = (t0 - n) / two_d;
+    const int64_t whole_step = (2 * int64_t(s)) / two_d, part_step = (2 * int64_t(s)) % two_d;
     for (int i = 0; i < d; ++i) {
-        const double c = centre(i, s, d);
-        const double f0 = floor(c);
-        const double f = c - f0;
-        first[i] = int32_t(f0);
+        const double f = centre(i, s, d) - double(at);
+        first[i] = int32_t(at);
         weight[i] = float(1.0 - f);
         weight[d + i] = float(f);
-        int64_t n = ((2 * int64_t(i) + 1) * s - d) % two_d;
-        if (n < 0) n += two_d;
         numerator[i] = uint32_t(n / g);
+        at += whole_step;
+        n += part_step;
+        if (n >= two_d) {
+            n -= two_d;
+            ++at;
+        }
     }
     record_advance(axis, first);
 }

@@ -35,9 +35,10 @@ int warp_affine_linear_init(Size src, Size dst, int data_type, const double* coe
                             int border, const double* border_value, int smooth_edge, void* spec);
 int warp_get_buffer_size(const void* spec, Size dst, int* bytes);
 
-// Writes every destination pixel of the region at offset (0, 0) and the
-// set-up's destination size; the sample type, interpolation and channel count
-// must be the set-up's. Linear on 16-bit samples blends in double precision
+// Writes every pixel of a band of the set-up's destination: whole rows from
+// row offset.y on (offset.x 0, the destination's width); dst points to the
+// band's first pixel. The sample type, interpolation and channel count must be
+// the set-up's. Linear on 16-bit samples blends in double precision
 // and rounds the blend to nearest, halves to even; on 8-bit samples and
 // floats it blends in single precision.
 LUM_KERNEL(warp_affine, (class T, class Filter), (T, Filter),

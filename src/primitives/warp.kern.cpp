@@ -123,7 +123,9 @@ int check_run(const void* src, void* dst, const void* block, void* buffer, Offse
     if (spec->magic != kWarpMagic || spec->interpolation != interpolation || spec->data_type != data_type ||
         spec->channels != channels)
         return st_bad_arg;
-    if (offset.x != 0 || offset.y != 0 || dst_size.width != spec->dst.width || dst_size.height != spec->dst.height)
+    // A band of whole rows of the set-up's destination, from row offset.y on.
+    if (offset.x != 0 || offset.y < 0 || dst_size.width != spec->dst.width ||
+        int64_t(offset.y) + dst_size.height > spec->dst.height)
         return st_bad_arg;
     return st_ok;
 }
@@ -166,7 +168,8 @@ inline bool clip(int a, int b, int c0, int c1, int& from, int& n) {
 }
 
 template <class T, int CH>
-void nearest(const T* src, int src_step, T* dst, int dst_step, Size dst_size, const WarpSpec* spec, void* buffer) {
+void nearest(const T* src, int src_step, T* dst, int dst_step, int top, Size dst_size, const WarpSpec* spec,
+             void* buffer) {
     const int w = dst_size.width;
     const Frame<T, CH> f = prepare<T, CH>(src, src_step, spec, buffer, w);
     const double* m = spec->inverse;
@@ -175,7 +178,7 @@ void nearest(const T* src, int src_step, T* dst, int dst_step, Size dst_size, co
     for (int y0 = 0; y0 < dst_size.height; y0 += kBand) {
         const int rows = dst_size.height - y0 < kBand ? dst_size.height - y0 : kBand;
         for (int r = 0; r < rows; ++r) {
-            const int y = y0 + r;
+            const int y = top + y0 + r;
             // Shifted by half a pixel, so that truncation is the nearest index.
             const double bx = m[1] * y + m[2] + 0.5, by = m[4] * y + m[5] + 0.5;
             auto inside = [&](int x) {
@@ -423,7 +426,8 @@ inline void blend_edge(const Frame<T, CH>& f, double u, double v, T* d) {
 }
 
 template <class T, int CH>
-void linear(const T* src, int src_step, T* dst, int dst_step, Size dst_size, const WarpSpec* spec, void* buffer) {
+void linear(const T* src, int src_step, T* dst, int dst_step, int top, Size dst_size, const WarpSpec* spec,
+            void* buffer) {
     const int w = dst_size.width;
     const Frame<T, CH> f = prepare<T, CH>(src, src_step, spec, buffer, w);
     const Lanes<T, CH> lanes = lanes_in<T, CH>(buffer, w);
@@ -433,7 +437,7 @@ void linear(const T* src, int src_step, T* dst, int dst_step, Size dst_size, con
     for (int y0 = 0; y0 < dst_size.height; y0 += kBand) {
         const int rows = dst_size.height - y0 < kBand ? dst_size.height - y0 : kBand;
         for (int r = 0; r < rows; ++r) {
-            const int y = y0 + r;
+            const int y = top + y0 + r;
             const double bx = m[1] * y + m[2], by = m[4] * y + m[5];
             // Some neighbour inside: -1 <= u < sw. All four inside: 0 <= u < sw - 1.
             auto touches = [&](int x) {
@@ -499,11 +503,11 @@ int warp_affine(const T* src, int src_step, T* dst, int dst_step, Offset offset,
     const auto* spec = static_cast<const WarpSpec*>(block);
     if (channels != 1 && channels != 3) return st_bad_arg;
     if constexpr (std::is_same_v<Filter, filter::nearest>) {
-        if (channels == 1) nearest<T, 1>(src, src_step, dst, dst_step, dst_size, spec, buffer);
-        else nearest<T, 3>(src, src_step, dst, dst_step, dst_size, spec, buffer);
+        if (channels == 1) nearest<T, 1>(src, src_step, dst, dst_step, offset.y, dst_size, spec, buffer);
+        else nearest<T, 3>(src, src_step, dst, dst_step, offset.y, dst_size, spec, buffer);
     } else {
-        if (channels == 1) linear<T, 1>(src, src_step, dst, dst_step, dst_size, spec, buffer);
-        else linear<T, 3>(src, src_step, dst, dst_step, dst_size, spec, buffer);
+        if (channels == 1) linear<T, 1>(src, src_step, dst, dst_step, offset.y, dst_size, spec, buffer);
+        else linear<T, 3>(src, src_step, dst, dst_step, offset.y, dst_size, spec, buffer);
     }
     return st_ok;
 }

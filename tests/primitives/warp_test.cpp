@@ -95,6 +95,16 @@ void check(int data_type, int ch) {
                       0);
             reference<T>(kind, m, src, k.sw, k.sh, got, want, k.dw, k.dh, ch);
             ASSERT_EQ(got.bytes, want.bytes) << "angle " << k.angle;
+            // A band of rows gets the rows of the whole warp.
+            if (k.dh > 3) {
+                Region<T> band(k.dw * ch, 2, 4);
+                const int top = k.dh / 2;
+                ASSERT_EQ((prim::warp_affine<T, Filter>(src.data(), src.step, band.data(), band.step, {0, top},
+                                                        {k.dw, 2}, ch, spec.data(), work.data())),
+                          0);
+                for (int r = 0; r < 2; ++r)
+                    for (int i = 0; i < k.dw * ch; ++i) ASSERT_EQ(band.get(i, r), got.get(i, top + r)) << "band row " << r;
+            }
         }
     });
 }
@@ -154,7 +164,11 @@ TEST(WarpKernel, SetUpAndKernelStatuses) {
     auto linear = prim::warp_affine<uint16_t, prim::filter::linear>;
     EXPECT_EQ(linear(src, 8, dst, 8, {0, 0}, {4, 4}, 1, spec.data(), work.data()), 0);
     EXPECT_EQ(linear(src, 8, dst, 8, {0, 0}, {4, 4}, 1, spec.data(), nullptr), prim::st_null);
-    EXPECT_EQ(linear(src, 8, dst, 8, {0, 0}, {4, 3}, 1, spec.data(), work.data()), prim::st_bad_arg);
+    EXPECT_EQ(linear(src, 8, dst, 8, {0, 1}, {4, 3}, 1, spec.data(), work.data()), 0);  // rows 1 to 3
+    EXPECT_EQ(linear(src, 8, dst, 8, {0, 2}, {4, 3}, 1, spec.data(), work.data()), prim::st_bad_arg);
+    EXPECT_EQ(linear(src, 8, dst, 8, {1, 0}, {3, 4}, 1, spec.data(), work.data()), prim::st_bad_arg);
+    EXPECT_EQ(linear(src, 8, dst, 8, {0, -1}, {4, 3}, 1, spec.data(), work.data()), prim::st_bad_arg);
+    EXPECT_EQ(linear(src, 8, dst, 8, {0, 0}, {3, 4}, 1, spec.data(), work.data()), prim::st_bad_arg);
     EXPECT_EQ(linear(src, 8, dst, 8, {0, 0}, {4, 4}, 3, spec.data(), work.data()), prim::st_bad_arg);
     EXPECT_EQ((prim::warp_affine<uint16_t, prim::filter::nearest>(src, 8, dst, 8, {0, 0}, {4, 4}, 1, spec.data(),
                                                                   work.data())),
