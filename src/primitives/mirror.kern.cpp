@@ -2,7 +2,8 @@
 // of each at a time. About the vertical axis (and for both axes) a block of
 // pixels trades places with its mirror block, both reversed on the way, so
 // every sample is read and written once. A vector of pixels is reversed with
-// one lane reversal, three-channel pixels as three planes.
+// one lane reversal; three vectors of three-channel pixels with three, and two
+// shifted copies that put channels 0 and 2 back.
 #include "primitives/kernel.hpp"
 #include "primitives/mirror.hpp"
 
@@ -49,16 +50,33 @@ struct Block {
     void store(T* p) const {
         for (int k = 0; k < CH; ++k) simd::store(p + k * L, v[k]);
     }
+    // Three-channel pixels: reversing the 3L samples reverses the pixels and,
+    // inside each, the channels; channels 0 and 2 then trade places again, each
+    // sample taken from two samples on (channel 0) or two back (channel 2).
     Block reversed() const {
         Block r;
         if constexpr (CH == 1) {
             r.v[0] = simd::reverse(v[0]);
         } else {
-            V c0, c1, c2;
-            simd::deinterleave3(v[0], v[1], v[2], c0, c1, c2);
-            simd::interleave3(simd::reverse(c0), simd::reverse(c1), simd::reverse(c2), r.v[0], r.v[1], r.v[2]);
+            constexpr auto I = std::make_index_sequence<L>();
+            const V s[3] = {simd::reverse(v[2]), simd::reverse(v[1]), simd::reverse(v[0])};
+            r.v[0] = restore<0>(V{}, s[0], s[1], I);
+            r.v[1] = restore<1>(s[0], s[1], s[2], I);
+            r.v[2] = restore<2>(s[1], s[2], V{}, I);
         }
         return r;
+    }
+
+private:
+    using M = simd::mask_of<V>;
+    // Sample j of vector K of the reversed block: from j + 2 where (KL + j) % 3 == 0, j − 2 where it is 2.
+    template <int K, size_t... J>
+    static V restore(V before, V here, V after, std::index_sequence<J...>) {
+        const V ahead = __builtin_shufflevector(here, after, int(J + 2)...);
+        const V back = __builtin_shufflevector(before, here, int(J + L - 2)...);
+        const M first{((K * L + int(J)) % 3 == 0 ? -1 : 0)...};
+        const M last{((K * L + int(J)) % 3 == 2 ? -1 : 0)...};
+        return first ? ahead : last ? back : here;
     }
 };
 
