@@ -12,6 +12,8 @@
 // exact, the sums are integers over q_x q_y, divided with rounding half to
 // even; in double lanes when the integers outgrow 31 bits), 16-bit Lanczos in
 // doubles, the rest in floats with the set-up's float weights.
+#include <new>
+
 #include "primitives/kernel.hpp"
 #include "primitives/resize.hpp"
 
@@ -21,7 +23,9 @@ namespace {
 
 using simd::element_t;
 
-constexpr int kTileBytes = 32768;
+// Stack bytes of a tile's planes and of the blocks' prepared look-ups.
+constexpr int kTileBytes = 16384;
+constexpr int kCacheBytes = 24576;
 
 int check_call(const void* src, void* dst, const void* spec, Offset offset, Size dst_size, int interpolation) {
     if (!src || !dst || !spec) return st_null;
@@ -417,6 +421,30 @@ void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* s
     const int advance = ax.advance > 0 ? ax.advance : 1;
     const int block = (cap - TAPS) / advance + 1;
 
+    // Every row has the same blocks of outputs: their look-up masks and
+    // weights are made once when they fit in the cache below.
+    using Weights = decltype(b.weights(0, 1));
+    struct Prepared {
+        M mask;
+        Weights weights;
+    };
+    constexpr int kPrepared = kCacheBytes / int(sizeof(Prepared));
+    alignas(64) unsigned char cache[kCacheBytes];
+    auto* prepared = reinterpret_cast<Prepared*>(cache);
+    int blocks = 0;
+    for (int xa = 0; xa < w; xa += block) blocks += ((w - xa < block ? w - xa : block) + L - 1) / L;
+    const bool reuse = blocks <= kPrepared;
+    if (reuse) {
+        int k = 0;
+        for (int xa = 0; xa < w; xa += block) {
+            const int xb = w - xa < block ? w : xa + block;
+            for (int x = xa; x < xb; x += L, ++k) {
+                const int n = xb - x < L ? xb - x : L;
+                new (&prepared[k]) Prepared{int32_lanes<M>(first + x, n, first[x]), b.weights(x, n)};
+            }
+        }
+    }
+
     for (int y = 0; y < ay.size; ++y) {
         const T* rows[TAPS];
         for (int k = 0; k < TAPS; ++k) {
@@ -426,6 +454,7 @@ void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* s
         E wy[TAPS];
         b.row_weights(y, wy);
         T* d = row_at(dst, dst_step, y);
+        int k = 0;
         for (int xa = 0; xa < w; xa += block) {
             const int xb = w - xa < block ? w : xa + block;
             const int lo = first[xa], hi = first[xb - 1] + TAPS;
@@ -437,10 +466,10 @@ void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* s
                 for (int i = lo; i < a; ++i) planes[c][i - lo] = planes[c][a - lo];
                 for (int i = e; i < hi; ++i) planes[c][i - lo] = planes[c][e - 1 - lo];
             }
-            for (int x = xa; x < xb; x += L) {
+            for (int x = xa; x < xb; x += L, ++k) {
                 const int n = xb - x < L ? xb - x : L;
                 const int base = first[x] - lo;
-                const auto weights = b.weights(x, n);
+                const Weights weights = reuse ? prepared[k].weights : b.weights(x, n);
                 auto outputs = [&](const auto& tap) {
                     auto result = [&](const E* plane) {
                         return b.finish(b.blend(weights, [&](int k) { return tap(plane + base + k); }));
@@ -449,7 +478,7 @@ void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* s
                     else put3(d + 3 * x, result(planes[0]), result(planes[1]), result(planes[2]), n);
                 };
                 if (first[x + n - 1] - first[x] < 2 * L) {
-                    const M mask = int32_lanes<M>(first + x, n, first[x]);
+                    const M mask = reuse ? prepared[k].mask : int32_lanes<M>(first + x, n, first[x]);
                     outputs([&](const E* p) { return simd::lookup2(simd::load_as<VE>(p), simd::load_as<VE>(p + L), mask); });
                 } else {
                     alignas(64) int32_t rel[L];
