@@ -15,6 +15,7 @@
 #include <new>
 
 #include "primitives/kernel.hpp"
+#include "primitives/resample.hpp"
 #include "primitives/resize.hpp"
 
 namespace lum::prim::LUM_ISA {
@@ -22,6 +23,11 @@ namespace lum::prim::LUM_ISA {
 namespace {
 
 using simd::element_t;
+using resample::fetch;
+using resample::int32_lanes;
+using resample::narrowed;
+using resample::put;
+using resample::put3;
 
 // Stack bytes of a tile's planes and of the blocks' prepared look-ups.
 constexpr int kTileBytes = 16384;
@@ -35,64 +41,6 @@ int check_call(const void* src, void* dst, const void* spec, Offset offset, Size
     if (offset.x != 0 || offset.y != 0 || dst_size.width != s->dst.width || dst_size.height != s->dst.height)
         return st_bad_arg;
     return st_ok;
-}
-
-template <class T>
-constexpr float top_of() {
-    return sizeof(T) == 1 ? 255.0f : 65535.0f;
-}
-
-// n (<= lanes of E) samples of T from p as lanes of E.
-template <class E, class T>
-inline simd::vec<E> fetch(const T* p, int n) {
-    using S = simd::lanes_of<T, E>;
-    const S s = n >= simd::lanes<E> ? simd::load_as<S>(p) : simd::load_first<S>(p, n);
-    if constexpr (std::is_same_v<T, E>) return s;
-    else if constexpr (std::is_same_v<E, uint16_t>) return simd::widen<uint16_t>(s);
-    else if constexpr (std::is_same_v<E, float>) return simd::to_float(s);
-    else if constexpr (std::is_same_v<E, int32_t>) return (simd::vec<int32_t>)simd::widen<uint32_t>(s);
-    else return simd::convert<double>((simd::lanes_of<int32_t, double>)simd::widen<uint32_t>(s));
-}
-
-// The first n of the int32 values at p less `base` (lanes past n: 0 less
-// base), as lanes of the vector V of 16-, 32- or 64-bit lanes: built from
-// whole int32 vectors, so that no lane is assembled on its own.
-template <class V>
-inline V int32_lanes(const int32_t* p, int n, int32_t base = 0) {
-    using I = simd::vec<int32_t>;
-    constexpr int L = simd::lanes<int32_t>, W = int(sizeof(V) / sizeof(element_t<V>));
-    auto part = [&](int at) {
-        const int m = n - at;
-        return (m >= L ? simd::load(p + at) : m > 0 ? simd::load_first<I>(p + at, m) : I{}) - base;
-    };
-    if constexpr (W == L) {
-        return __builtin_convertvector(part(0), V);
-    } else if constexpr (W == 2 * L) {
-        using H = simd::vec<element_t<V>, int(sizeof(V)) / 2>;
-        return simd::join(__builtin_convertvector(part(0), H), __builtin_convertvector(part(L), H));
-    } else {
-        using H = simd::vec<int32_t, int(sizeof(I)) / 2>;
-        return __builtin_convertvector((n >= W ? simd::load_as<H>(p) : simd::load_first<H>(p, n)) - base, V);
-    }
-}
-
-// Stores the first n lanes of r (floats, or integers within T's range) as samples of T.
-template <class T, class R>
-inline void put(T* d, R r, int n) {
-    if constexpr (std::is_same_v<element_t<R>, T>) simd::store_first(d, r, n);
-    else simd::store_first(d, simd::narrow_sat<T>(r), n);
-}
-
-// The three interleaved-channel results of a block of n pixels, stored as 3n samples.
-template <class T, class R>
-inline void put3(T* d, R r0, R r1, R r2, int n) {
-    constexpr int L = sizeof(R) / sizeof(element_t<R>);
-    R a, b, c;
-    simd::interleave3(r0, r1, r2, a, b, c);
-    const int m = 3 * n;
-    put(d, a, m < L ? m : L);
-    if (m > L) put(d + L, b, m - L < L ? m - L : L);
-    if (m > 2 * L) put(d + 2 * L, c, m - 2 * L);
 }
 
 // ---- nearest
@@ -130,10 +78,7 @@ void nearest_row_c1(const T* __restrict s, T* __restrict d, int dst_step, int ro
                 r[j] = e;
             }
         }
-        simd::lanes_of<T, E> out;
-        if constexpr (sizeof(T) == sizeof(E)) out = (simd::lanes_of<T, E>)r;
-        else if constexpr (sizeof(E) == 2) out = simd::narrow_sat<T>(r);
-        else out = simd::narrow_sat<T>((simd::vec<int32_t>)r);
+        const auto out = narrowed<T>(r);
         for (int k = 0; k < rows; ++k) simd::store_first(row_at(d, dst_step, k) + x, out, n);
     }
 }
@@ -159,10 +104,7 @@ void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int ro
         simd::deinterleave3(v[0], v[1], v[2], c[0], c[1], c[2]);
     };
     auto put_samples = [&](int at, V v, int m) {
-        simd::lanes_of<T, E> out;
-        if constexpr (sizeof(T) == sizeof(E)) out = (simd::lanes_of<T, E>)v;
-        else if constexpr (sizeof(E) == 2) out = simd::narrow_sat<T>(v);
-        else out = simd::narrow_sat<T>((simd::vec<int32_t>)v);
+        const auto out = narrowed<T>(v);
         for (int k = 0; k < rows; ++k) simd::store_first(row_at(d, dst_step, k) + at, out, m);
     };
     for (int x = 0; x < w; x += L) {
@@ -256,10 +198,7 @@ struct single_blend : weighted<float, TAPS> {
     using E = float;
     static constexpr int taps = TAPS;
     using weighted<float, TAPS>::weighted;
-    auto finish(simd::vec<float> v) const {
-        if constexpr (std::is_same_v<T, float>) return v;
-        else return simd::round_clamped(v, top_of<T>());
-    }
+    auto finish(simd::vec<float> v) const { return resample::samples_of<T>(v); }
 };
 
 // Lanczos on 16-bit samples in double precision.
@@ -267,12 +206,7 @@ struct double_blend : weighted<double, 6> {
     using E = double;
     static constexpr int taps = 6;
     using weighted<double, 6>::weighted;
-    auto finish(simd::vec<double> v) const {
-        const simd::vec<double> zero{};
-        v = v > zero ? v : zero;
-        v = v < zero + 65535.0 ? v : zero + 65535.0;
-        return simd::round_even_wide(v);
-    }
+    auto finish(simd::vec<double> v) const { return resample::samples_of<uint16_t>(v); }
 };
 
 // Linear on integer samples: (q − p) a + p b in each pass, summed exactly in

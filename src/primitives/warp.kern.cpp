@@ -7,11 +7,17 @@
 #include <cmath>
 
 #include "primitives/kernel.hpp"
+#include "primitives/resample.hpp"
 #include "primitives/warp.hpp"
 
 namespace lum::prim::LUM_ISA {
 
 namespace {
+
+using resample::fetch;
+using resample::put;
+using resample::put3;
+using resample::samples_of;
 
 constexpr int kWarpMaxAxis = 1 << 30;
 
@@ -37,39 +43,6 @@ inline T to_sample(F v) {
         v = v < top ? v : top;
         return static_cast<T>((v + 6755399441055744.0) - 6755399441055744.0);
     }
-}
-
-// n (<= lanes of F) samples of T from p as lanes of F.
-template <class F, class T>
-inline simd::vec<F> lanes_of(const T* p, int n) {
-    using S = simd::lanes_of<T, F>;
-    const S raw = n >= simd::lanes<F> ? simd::load_as<S>(p) : simd::load_first<S>(p, n);
-    if constexpr (std::is_same_v<T, F>) return raw;
-    else if constexpr (std::is_same_v<F, float>) return simd::to_float(raw);
-    else return simd::convert<double>((simd::lanes_of<int32_t, double>)simd::widen<uint32_t>(raw));
-}
-
-// Blended lanes as the integer lanes of samples (rounded half to even, saturated), or floats as they are.
-template <class T, class V>
-inline auto samples_of(V v) {
-    using F = simd::element_t<V>;
-    if constexpr (std::is_same_v<T, float>) {
-        return v;
-    } else if constexpr (std::is_same_v<F, float>) {
-        return simd::round_clamped(v, float(max_value<T>()));
-    } else {
-        const V zero{};
-        v = v > zero ? v : zero;
-        v = v < zero + F(max_value<T>()) ? v : zero + F(max_value<T>());
-        return simd::round_even_wide(v);
-    }
-}
-
-// The first n lanes of r (floats, or integers within T's range) stored as samples of T.
-template <class T, class R>
-inline void put(T* d, R r, int n) {
-    if constexpr (std::is_same_v<simd::element_t<R>, T>) simd::store_first(d, r, n);
-    else simd::store_first(d, simd::narrow_sat<T>(r), n);
 }
 
 // Columns x in [0, w) where lo <= b + a * x < hi, widened by one column on each
@@ -165,6 +138,34 @@ inline bool clip(int a, int b, int c0, int c1, int& from, int& n) {
     const int to = b + 1 < c1 ? b + 1 : c1;
     n = to - from;
     return n > 0;
+}
+
+// Every destination row of the h × w destination, band by band and chunk by
+// chunk: span_of(y) gives row y's segments, once per row; chunk(span, y, c0,
+// c1) writes columns [c0, c1) of row y.
+template <class SpanOf, class Chunk>
+void in_bands(int h, int w, const SpanOf& span_of, const Chunk& chunk) {
+    RowSpan spans[kBand];
+    for (int y0 = 0; y0 < h; y0 += kBand) {
+        const int rows = h - y0 < kBand ? h - y0 : kBand;
+        for (int r = 0; r < rows; ++r) spans[r] = span_of(y0 + r);
+        for (int c0 = 0; c0 < w; c0 += kChunk) {
+            const int c1 = w - c0 < kChunk ? w : c0 + kChunk;
+            for (int r = 0; r < rows; ++r) chunk(spans[r], y0 + r, c0, c1);
+        }
+    }
+}
+
+// Columns [c0, c1) of a destination row: the border value outside the row's
+// span [lo, hi], inside(from, n) for the part of the span in the chunk.
+template <class T, int CH, class Inside>
+void chunk_of_row(const Frame<T, CH>& f, T* d, const RowSpan& sp, int w, int c0, int c1, const Inside& inside) {
+    int from, n;
+    if (clip(0, sp.lo - 1, c0, c1, from, n))
+        for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
+    if (clip(sp.lo, sp.hi, c0, c1, from, n)) inside(from, n);
+    if (clip(sp.hi + 1 > sp.lo ? sp.hi + 1 : sp.lo, w - 1, c0, c1, from, n))
+        for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
 }
 
 template <class T, int CH>
@@ -284,20 +285,12 @@ void blend_span_planes(const Frame<T, CH>& f, double bx, double by, int x0, int 
         const VF a = simd::load_first<VF>(fx + i, m), b = simd::load_first<VF>(fy + i, m);
         auto channel = [&](int c) {
             const int at = c * n + i;
-            const VF top = (F(1) - a) * lanes_of<F>(p00 + at, m) + a * lanes_of<F>(p01 + at, m);
-            const VF bottom = (F(1) - a) * lanes_of<F>(p10 + at, m) + a * lanes_of<F>(p11 + at, m);
+            const VF top = (F(1) - a) * fetch<F>(p00 + at, m) + a * fetch<F>(p01 + at, m);
+            const VF bottom = (F(1) - a) * fetch<F>(p10 + at, m) + a * fetch<F>(p11 + at, m);
             return samples_of<T>((F(1) - b) * top + b * bottom);
         };
-        if constexpr (CH == 1) {
-            put(d + i, channel(0), m);
-        } else {
-            using R = decltype(channel(0));
-            constexpr int W = int(sizeof(R) / sizeof(simd::element_t<R>));
-            R v[3];
-            simd::interleave3(channel(0), channel(1), channel(2), v[0], v[1], v[2]);
-            for (int k = 0; k < 3 && k * W < 3 * m; ++k)
-                put(d + i * CH + k * W, v[k], 3 * m - k * W < W ? 3 * m - k * W : W);
-        }
+        if constexpr (CH == 1) put(d + i, channel(0), m);
+        else put3(d + i * CH, channel(0), channel(1), channel(2), m);
     }
 }
 
@@ -393,12 +386,7 @@ void blend_span(const Frame<T, CH>& f, double bx, double by, int x0, int n, T* _
                 auto channel = [&](int c) {
                     return blend(sample(a0, 8 * c), sample(a1, 8 * c + 8), sample(b0, 8 * c), sample(b1, 8 * c + 8));
                 };
-                using R = decltype(channel(0));
-                constexpr int W = int(sizeof(R) / sizeof(simd::element_t<R>));
-                R v[3];
-                simd::interleave3(channel(0), channel(1), channel(2), v[0], v[1], v[2]);
-                for (int k = 0; k < 3 && k * W < 3 * m; ++k)
-                    put(d + i * CH + k * W, v[k], 3 * m - k * W < W ? 3 * m - k * W : W);
+                put3(d + i * CH, channel(0), channel(1), channel(2), m);
             }
         }
     }
@@ -433,58 +421,49 @@ void linear(const T* src, int src_step, T* dst, int dst_step, int top, Size dst_
     const Lanes<T, CH> lanes = lanes_in<T, CH>(buffer, w);
     const double* m = spec->inverse;
     const double sw = f.sw, sh = f.sh;
-    RowSpan spans[kBand];
-    for (int y0 = 0; y0 < dst_size.height; y0 += kBand) {
-        const int rows = dst_size.height - y0 < kBand ? dst_size.height - y0 : kBand;
-        for (int r = 0; r < rows; ++r) {
-            const int y = top + y0 + r;
-            const double bx = m[1] * y + m[2], by = m[4] * y + m[5];
-            // Some neighbour inside: -1 <= u < sw. All four inside: 0 <= u < sw - 1.
-            auto touches = [&](int x) {
-                const double u = bx + f.ax[x], v = by + f.ay[x];
-                return u >= -1.0 && u < sw && v >= -1.0 && v < sh;
-            };
-            auto full = [&](int x) {
-                const double u = bx + f.ax[x], v = by + f.ay[x];
-                return u >= 0.0 && u < sw - 1.0 && v >= 0.0 && v < sh - 1.0;
-            };
-            int x0, x1, v0, v1;
-            approximate_span(bx, m[0], -1.0, sw, w, x0, x1);
-            approximate_span(by, m[3], -1.0, sh, w, v0, v1);
-            int lo = x0 > v0 ? x0 : v0, hi = x1 < v1 ? x1 : v1;
-            while (lo <= hi && !touches(lo)) ++lo;
-            while (hi >= lo && !touches(hi)) --hi;
-            approximate_span(bx, m[0], 0.0, sw - 1.0, w, x0, x1);
-            approximate_span(by, m[3], 0.0, sh - 1.0, w, v0, v1);
-            int flo = x0 > v0 ? x0 : v0, fhi = x1 < v1 ? x1 : v1;
-            flo = flo < lo ? lo : flo;
-            fhi = fhi > hi ? hi : fhi;
-            while (flo <= fhi && !full(flo)) ++flo;
-            while (fhi >= flo && !full(fhi)) --fhi;
-            if (flo > fhi) {  // no full span: the whole touched span is edge
-                flo = hi + 1;
-                fhi = hi;
-            }
-            spans[r] = {bx, by, lo, hi, flo, fhi};
+    auto span_of = [&](int row) {
+        const int y = top + row;
+        const double bx = m[1] * y + m[2], by = m[4] * y + m[5];
+        // Some neighbour inside: -1 <= u < sw. All four inside: 0 <= u < sw - 1.
+        auto touches = [&](int x) {
+            const double u = bx + f.ax[x], v = by + f.ay[x];
+            return u >= -1.0 && u < sw && v >= -1.0 && v < sh;
+        };
+        auto full = [&](int x) {
+            const double u = bx + f.ax[x], v = by + f.ay[x];
+            return u >= 0.0 && u < sw - 1.0 && v >= 0.0 && v < sh - 1.0;
+        };
+        int x0, x1, v0, v1;
+        approximate_span(bx, m[0], -1.0, sw, w, x0, x1);
+        approximate_span(by, m[3], -1.0, sh, w, v0, v1);
+        int lo = x0 > v0 ? x0 : v0, hi = x1 < v1 ? x1 : v1;
+        while (lo <= hi && !touches(lo)) ++lo;
+        while (hi >= lo && !touches(hi)) --hi;
+        approximate_span(bx, m[0], 0.0, sw - 1.0, w, x0, x1);
+        approximate_span(by, m[3], 0.0, sh - 1.0, w, v0, v1);
+        int flo = x0 > v0 ? x0 : v0, fhi = x1 < v1 ? x1 : v1;
+        flo = flo < lo ? lo : flo;
+        fhi = fhi > hi ? hi : fhi;
+        while (flo <= fhi && !full(flo)) ++flo;
+        while (fhi >= flo && !full(fhi)) --fhi;
+        if (flo > fhi) {  // no full span: the whole touched span is edge
+            flo = hi + 1;
+            fhi = hi;
         }
-        for (int c0 = 0; c0 < w; c0 += kChunk) {
-            const int c1 = w - c0 < kChunk ? w : c0 + kChunk;
-            for (int r = 0; r < rows; ++r) {
-                const RowSpan& sp = spans[r];
-                T* d = row_at(dst, dst_step, y0 + r);
-                int from, n;
-                if (clip(0, sp.lo - 1, c0, c1, from, n))
-                    for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
-                if (clip(sp.lo, sp.flo - 1, c0, c1, from, n))
-                    for (int x = from; x < from + n; ++x) blend_edge(f, sp.bx + f.ax[x], sp.by + f.ay[x], d + x * CH);
-                if (clip(sp.flo, sp.fhi, c0, c1, from, n)) blend_span(f, sp.bx, sp.by, from, n, d + from * CH, lanes);
-                if (clip(sp.fhi + 1 > sp.lo ? sp.fhi + 1 : sp.lo, sp.hi, c0, c1, from, n))
-                    for (int x = from; x < from + n; ++x) blend_edge(f, sp.bx + f.ax[x], sp.by + f.ay[x], d + x * CH);
-                if (clip(sp.hi + 1 > sp.lo ? sp.hi + 1 : sp.lo, w - 1, c0, c1, from, n))
-                    for (int x = from; x < from + n; ++x) put_border(d + x * CH, f);
-            }
-        }
-    }
+        return RowSpan{bx, by, lo, hi, flo, fhi};
+    };
+    in_bands(dst_size.height, w, span_of, [&](const RowSpan& sp, int row, int c0, int c1) {
+        T* d = row_at(dst, dst_step, row);
+        chunk_of_row(f, d, sp, w, c0, c1, [&](int a, int k) {
+            // Edge pixels in [lo, flo) and (fhi, hi], full ones in [flo, fhi].
+            int from, n;
+            if (clip(sp.lo, sp.flo - 1, a, a + k, from, n))
+                for (int x = from; x < from + n; ++x) blend_edge(f, sp.bx + f.ax[x], sp.by + f.ay[x], d + x * CH);
+            if (clip(sp.flo, sp.fhi, a, a + k, from, n)) blend_span(f, sp.bx, sp.by, from, n, d + from * CH, lanes);
+            if (clip(sp.fhi + 1 > sp.lo ? sp.fhi + 1 : sp.lo, sp.hi, a, a + k, from, n))
+                for (int x = from; x < from + n; ++x) blend_edge(f, sp.bx + f.ax[x], sp.by + f.ay[x], d + x * CH);
+        });
+    });
 }
 
 template <class F>
