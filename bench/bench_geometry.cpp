@@ -1,5 +1,6 @@
-// Mirror, resize and rotation against OpenCV's flip, resize and warpAffine on
-// the same 4K frames.
+// Mirror, resize, rotation and line profiles against OpenCV's flip, resize,
+// warpAffine and a LineIterator walk on the same frames (4K, or a smaller
+// source where the output is scaled up to 4K).
 #include <cmath>
 #include <memory>
 #include <string>
@@ -10,48 +11,42 @@
 namespace lum::bench {
 namespace {
 
-using FramePtr = std::shared_ptr<Frame>;
+const char* name_of(lum_data_format f) { return f == lum_fmt_8u ? "8u" : f == lum_fmt_16u ? "16u" : "32f"; }
 
-Timed mirror_case(int axis, int cv_code) {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
+Timed mirror_case(lum_data_format format, lum_channels channels, int axis) {
+    auto a = std::make_shared<Frame>(kWidth, kHeight, format, channels);
     Timed t{[a, axis] { lum_mirrorI(a->handle(), axis); }, {}, "in place"};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [a, cv_code] {
+    const int code = axis == 0 ? 0 : axis == 1 ? 1 : -1;
+    t.reference = [a, code] {
         cv::Mat m = a->mat();
-        cv::flip(m, m, cv_code);
+        cv::flip(m, m, code);
     };
-#else
-    (void)cv_code;
 #endif
     return t;
 }
 
-const Case mirror0("mirror 8u axis 0", [] { return mirror_case(0, 0); });
-const Case mirror1("mirror 8u axis 1", [] { return mirror_case(1, 1); });
-const Case mirror2("mirror 8u axis 2", [] { return mirror_case(2, -1); });
-const Case mirror1c("mirror 8u C3 axis 1", [] {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_color);
-    Timed t{[a] { lum_mirrorI(a->handle(), 1); }, {}, "in place"};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] {
-        cv::Mat m = a->mat();
-        cv::flip(m, m, 1);
-    };
-#endif
-    return t;
-});
+struct MirrorCases {
+    std::vector<Case> cases;
+    MirrorCases() {
+        for (lum_data_format f : {lum_fmt_8u, lum_fmt_16u, lum_fmt_32f})
+            for (lum_channels c : {lum_gray, lum_color})
+                for (int axis : {0, 1, 2})
+                    cases.emplace_back(std::string("mirror ") + name_of(f) + (c == lum_color ? " C3" : "") +
+                                           " axis " + std::to_string(axis),
+                                       [=] { return mirror_case(f, c, axis); });
+    }
+} const mirror_cases;
 
-Timed resize_case(lum_data_format format, lum_channels channels, double scale, int code) {
-    const int dw = int(kWidth * scale), dh = int(kHeight * scale);
-    auto a = std::make_shared<Frame>(kWidth, kHeight, format, channels);
+// Resize from sw x sh to dw x dh.
+Timed resize_case(lum_data_format format, lum_channels channels, int sw, int sh, int dw, int dh, int code) {
+    auto a = std::make_shared<Frame>(sw, sh, format, channels);
     auto b = std::make_shared<Frame>(dw, dh, format, channels);
-    Timed t{[=] {
-                lum_resize(a->handle(), {0, 0}, {kWidth, kHeight}, b->handle(), {0, 0}, {dw, dh}, code);
-            },
-            {}, code == 16 ? "Lanczos 6x6 taps both" : ""};
+    Timed t{[=] { lum_resize(a->handle(), {0, 0}, {sw, sh}, b->handle(), {0, 0}, {dw, dh}, code); }, {},
+            std::to_string(sw) + "x" + std::to_string(sh) + " -> " + std::to_string(dw) + "x" + std::to_string(dh)};
 #ifdef LUM_HAVE_OPENCV
     const int cv_code = code == 1 ? cv::INTER_NEAREST : code == 2 ? cv::INTER_LINEAR : cv::INTER_LANCZOS4;
-    if (code == 16) t.note = "OpenCV Lanczos has 8x8 taps, ours 6x6";
+    if (code == 16) t.note += ", OpenCV Lanczos has 8x8 taps, ours 6x6";
     t.reference = [=] {
         cv::Mat d = b->mat();
         cv::resize(a->mat(), d, cv::Size(dw, dh), 0, 0, cv_code);
@@ -60,18 +55,31 @@ Timed resize_case(lum_data_format format, lum_channels channels, double scale, i
     return t;
 }
 
-const Case rn50("resize 8u 0.5x nearest", [] { return resize_case(lum_fmt_8u, lum_gray, 0.5, 1); });
-const Case rl50("resize 8u 0.5x linear", [] { return resize_case(lum_fmt_8u, lum_gray, 0.5, 2); });
-const Case rz50("resize 8u 0.5x Lanczos", [] { return resize_case(lum_fmt_8u, lum_gray, 0.5, 16); });
-const Case rn75("resize 8u 0.75x nearest", [] { return resize_case(lum_fmt_8u, lum_gray, 0.75, 1); });
-const Case rl75("resize 8u 0.75x linear", [] { return resize_case(lum_fmt_8u, lum_gray, 0.75, 2); });
-const Case rz75("resize 8u 0.75x Lanczos", [] { return resize_case(lum_fmt_8u, lum_gray, 0.75, 16); });
-const Case rl75c("resize 8u C3 0.75x linear", [] { return resize_case(lum_fmt_8u, lum_color, 0.75, 2); });
-const Case rl16("resize 16u 0.75x linear", [] { return resize_case(lum_fmt_16u, lum_gray, 0.75, 2); });
+struct ResizeCases {
+    std::vector<Case> cases;
+    void add(lum_data_format f, lum_channels c, const char* ratio, int sw, int sh, int dw, int dh, int code) {
+        const char* kind = code == 1 ? "nearest" : code == 2 ? "linear" : "Lanczos";
+        cases.emplace_back(std::string("resize ") + name_of(f) + (c == lum_color ? " C3 " : " ") + ratio + " " + kind,
+                           [=] { return resize_case(f, c, sw, sh, dw, dh, code); });
+    }
+    ResizeCases() {
+        const int w = kWidth, h = kHeight;
+        // Lanczos (slow on both sides) at one ratio down and one up.
+        for (int code : {1, 2, 16})
+            for (lum_data_format f : {lum_fmt_8u, lum_fmt_16u})
+                for (lum_channels c : {lum_gray, lum_color}) {
+                    if (code != 16) add(f, c, "0.5x", w, h, w / 2, h / 2, code);
+                    add(f, c, "0.75x", w, h, w * 3 / 4, h * 3 / 4, code);
+                    if (code != 16) add(f, c, "0.6x", w, h, w * 3 / 5, h * 3 / 5, code);
+                    add(f, c, "1.5x", w * 2 / 3, h * 2 / 3, w, h, code);
+                    if (code != 16) add(f, c, "2x", w / 2, h / 2, w, h, code);
+                }
+    }
+} const resize_cases;
 
-Timed rotate_case(int code) {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
-    auto b = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
+Timed rotate_case(lum_data_format format, lum_channels channels, int code) {
+    auto a = std::make_shared<Frame>(kWidth, kHeight, format, channels);
+    auto b = std::make_shared<Frame>(kWidth, kHeight, format, channels);
     const double angle = 30, r = angle * 3.141592653589793 / 180, cx = kWidth / 2.0, cy = kHeight / 2.0;
     // Shifts that keep the frame's centre in place.
     const double xs = cx - (cx * std::cos(r) + cy * std::sin(r)), ys = cy - (-cx * std::sin(r) + cy * std::cos(r));
@@ -81,14 +89,18 @@ Timed rotate_case(int code) {
         const double m[6] = {std::cos(r), std::sin(r), xs, -std::sin(r), std::cos(r), ys};
         cv::Mat d = b->mat();
         cv::warpAffine(a->mat(), d, cv::Mat(2, 3, CV_64F, const_cast<double*>(m)), cv::Size(kWidth, kHeight),
-                       code == 1 ? cv::INTER_NEAREST : cv::INTER_LINEAR, cv::BORDER_CONSTANT, cv::Scalar(0));
+                       code == 1 ? cv::INTER_NEAREST : cv::INTER_LINEAR, cv::BORDER_CONSTANT, cv::Scalar::all(0));
     };
 #endif
     return t;
 }
 
-const Case rot_nearest("rotate 8u 30 deg nearest", [] { return rotate_case(1); });
-const Case rot_linear("rotate 8u 30 deg linear", [] { return rotate_case(2); });
+const Case rot_nearest("rotate 8u 30 deg nearest", [] { return rotate_case(lum_fmt_8u, lum_gray, 1); });
+const Case rot_linear("rotate 8u 30 deg linear", [] { return rotate_case(lum_fmt_8u, lum_gray, 2); });
+const Case rot_nearest_c3("rotate 8u C3 30 deg nearest", [] { return rotate_case(lum_fmt_8u, lum_color, 1); });
+const Case rot_linear_c3("rotate 8u C3 30 deg linear", [] { return rotate_case(lum_fmt_8u, lum_color, 2); });
+const Case rot_nearest16("rotate 16u 30 deg nearest", [] { return rotate_case(lum_fmt_16u, lum_gray, 1); });
+const Case rot_linear16("rotate 16u 30 deg linear", [] { return rotate_case(lum_fmt_16u, lum_gray, 2); });
 
 // Line profiles ride on the rotation and the resize, so they are timed here.
 Timed profile_case(bool fast) {

@@ -1,6 +1,6 @@
 // Resize: scales a rectangle of one image into a rectangle of another with
 // nearest-neighbour, linear or Lanczos interpolation, copying instead when the
-// sizes are equal. The engines size, set up and run the resize kernels with
+// sizes are equal. The engine sizes, sets up and runs the resize kernel with
 // scratch blocks that are released on every path.
 #include "geometry/resize.hpp"
 
@@ -12,29 +12,21 @@ namespace lum {
 
 namespace {
 
-template <class T>
-struct Kernels {
-    prim::Dispatch<int(const T*, int, T*, int, prim::Offset, prim::Size, const void*, void*)> nearest[2];
-    prim::Dispatch<int(const T*, int, T*, int, prim::Offset, prim::Size, int, const void*, void*)> linear[2];
-    prim::Dispatch<int(const T*, int, T*, int, prim::Offset, prim::Size, int, const void*, void*)> lanczos[2];
-};
-
-const Kernels<uint8_t> k8u{{prim::resize_nearest_8u_c1, prim::resize_nearest_8u_c3},
-                           {prim::resize_linear_8u_c1, prim::resize_linear_8u_c3},
-                           {prim::resize_lanczos_8u_c1, prim::resize_lanczos_8u_c3}};
-const Kernels<uint16_t> k16u{{prim::resize_nearest_16u_c1, prim::resize_nearest_16u_c3},
-                             {prim::resize_linear_16u_c1, prim::resize_linear_16u_c3},
-                             {prim::resize_lanczos_16u_c1, prim::resize_lanczos_16u_c3}};
-const Kernels<float> k32f{{prim::resize_nearest_32f_c1, prim::resize_nearest_32f_c3},
-                          {prim::resize_linear_32f_c1, prim::resize_linear_32f_c3},
-                          {prim::resize_lanczos_32f_c1, prim::resize_lanczos_32f_c3}};
-
 // Reports a non-zero status; true when it is an error that ends the engine.
 bool failed(int status) { return map_status(status) != ok; }
 
+template <class T, class Filter>
+int run_kernel(const T* src, int src_step, T* dst, int dst_step, prim::Size ds, int channels, const void* spec,
+               void* work) {
+    return prim::resize<T, Filter>(src, src_step, dst, dst_step, {0, 0}, ds, channels, prim::border_replicate, spec,
+                                   work);
+}
+
+}  // namespace
+
 template <class T>
-int8_t run_engine(const Kernels<T>& kernels, const T* src, int src_step, const lum_size& src_size, T* dst,
-                  int dst_step, const lum_size& dst_size, int channels, int interpolation) {
+int8_t resize_engine(const T* src, int src_step, const lum_size& src_size, T* dst, int dst_step,
+                     const lum_size& dst_size, int channels, int interpolation) {
     const prim::Size ss{src_size.width, src_size.height}, ds{dst_size.width, dst_size.height};
     int spec_bytes = 0, init_bytes = 0;
     if (failed(prim::resize_get_size(ss, ds, interpolation, 0, &spec_bytes, &init_bytes))) return primitive_failed;
@@ -53,38 +45,24 @@ int8_t run_engine(const Kernels<T>& kernels, const T* src, int src_step, const l
     if (failed(prim::resize_get_buffer_size(spec.get(), ds, channels, &work_bytes))) return primitive_failed;
     auto work = make_scratch<uint8_t>(work_bytes);
     if (channels != 1 && channels != 3) return bad_channels;
-    const int c = channels == 1 ? 0 : 1;
-    const prim::Offset origin{0, 0};
     switch (interpolation) {
         case prim::resize_nearest:
-            status = kernels.nearest[c](src, src_step, dst, dst_step, origin, ds, spec.get(), work.get());
+            status = run_kernel<T, prim::filter::nearest>(src, src_step, dst, dst_step, ds, channels, spec.get(), work.get());
             break;
         case prim::resize_linear:
-            status = kernels.linear[c](src, src_step, dst, dst_step, origin, ds, prim::border_replicate, spec.get(),
-                                       work.get());
+            status = run_kernel<T, prim::filter::linear>(src, src_step, dst, dst_step, ds, channels, spec.get(), work.get());
             break;
         default:
-            status = kernels.lanczos[c](src, src_step, dst, dst_step, origin, ds, prim::border_replicate, spec.get(),
-                                        work.get());
+            status = run_kernel<T, prim::filter::lanczos>(src, src_step, dst, dst_step, ds, channels, spec.get(), work.get());
             break;
     }
     return failed(status) ? primitive_failed : ok;
 }
 
-}  // namespace
-
-int8_t resize_8u(const uint8_t* src, int src_step, const lum_size& src_size, uint8_t* dst, int dst_step,
-                 const lum_size& dst_size, int channels, int interpolation) {
-    return run_engine(k8u, src, src_step, src_size, dst, dst_step, dst_size, channels, interpolation);
-}
-int8_t resize_16u(const uint16_t* src, int src_step, const lum_size& src_size, uint16_t* dst, int dst_step,
-                  const lum_size& dst_size, int channels, int interpolation) {
-    return run_engine(k16u, src, src_step, src_size, dst, dst_step, dst_size, channels, interpolation);
-}
-int8_t resize_32f(const float* src, int src_step, const lum_size& src_size, float* dst, int dst_step,
-                  const lum_size& dst_size, int channels, int interpolation) {
-    return run_engine(k32f, src, src_step, src_size, dst, dst_step, dst_size, channels, interpolation);
-}
+template int8_t resize_engine<uint8_t>(const uint8_t*, int, const lum_size&, uint8_t*, int, const lum_size&, int, int);
+template int8_t resize_engine<uint16_t>(const uint16_t*, int, const lum_size&, uint16_t*, int, const lum_size&, int,
+                                        int);
+template int8_t resize_engine<float>(const float*, int, const lum_size&, float*, int, const lum_size&, int, int);
 
 namespace {
 
@@ -99,30 +77,17 @@ int8_t resize(const img* src, lum_point so, lum_size ss, img* dst, lum_point dp,
     LUM_CHECK(check_rectangle(dst, dp, ds));
     if (src->channels != dst->channels || src->pix_type != dst->pix_type) return mismatch;
     if (bytes_per_sample(src->pix_type) != 0 &&
-        (!region_fits(*src, so.x, so.y, ss.width, ss.height) ||
-         !region_fits(*dst, dp.x, dp.y, ds.width, ds.height)))
+        (!region_fits(*src, so.x, so.y, ss.width, ss.height) || !region_fits(*dst, dp.x, dp.y, ds.width, ds.height)))
         return beyond_image;
     if (ss.width == ds.width && ss.height == ds.height) return copy_rect(src, so, dst, dp, ss);
     // Too few source pixels for the wider kernels' neighbourhoods.
     if (ss.width < 6 || ss.height < 6) interpolation = prim::resize_nearest;
-    const int channels = src->channels;
-    // The engine's status is dropped on purpose: a failure shows only through its printed message.
-    switch (src->pix_type) {
-        case lum_fmt_8u:
-            resize_8u(pixel_at<const uint8_t>(*src, so.x, so.y), step_of(*src), ss, pixel_at<uint8_t>(*dst, dp.x, dp.y),
-                      step_of(*dst), ds, channels, interpolation);
-            return ok;
-        case lum_fmt_16u:
-            resize_16u(pixel_at<const uint16_t>(*src, so.x, so.y), step_of(*src), ss,
-                       pixel_at<uint16_t>(*dst, dp.x, dp.y), step_of(*dst), ds, channels, interpolation);
-            return ok;
-        case lum_fmt_32f:
-            resize_32f(pixel_at<const float>(*src, so.x, so.y), step_of(*src), ss, pixel_at<float>(*dst, dp.x, dp.y),
-                       step_of(*dst), ds, channels, interpolation);
-            return ok;
-        default:
-            return bad_format;
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(src->pix_type, [&]<class T>() -> int8_t {
+        // The engine's status is dropped on purpose: a failure shows only through its printed message.
+        resize_engine(pixel_at<const T>(*src, so.x, so.y), step_of(*src), ss, pixel_at<T>(*dst, dp.x, dp.y),
+                      step_of(*dst), ds, src->channels, interpolation);
+        return ok;
+    });
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 // source does not cover is 0.
 #include "geometry/rotate.hpp"
 
-#include "color/copy.hpp"
 #include "image/call_frame.hpp"
 #include "primitives/fill.hpp"
 #include "primitives/warp.hpp"
@@ -12,23 +11,41 @@ namespace lum {
 
 namespace {
 
-template <class T>
-using WarpKernel = prim::Dispatch<int(const T*, int, T*, int, prim::Offset, prim::Size, const void*, void*)>;
-
 // Reports a non-zero status; true when it is an error that ends the routine.
 bool failed(int status) { return map_status(status) != ok; }
 
-template <class T, class Clear>
-int8_t rotate_with(const img& src, img& dst, double angle, double x_shift, double y_shift, int interpolation,
-                   int data_type, int channels, const Clear& clear, const WarpKernel<T>& nearest,
-                   const WarpKernel<T>& linear) {
+template <class T>
+int clear(T* p, int step, prim::Size size, int channels) {
+    if constexpr (std::is_same_v<T, uint8_t>) {
+        const uint8_t zero[3] = {0, 0, 0};
+        return channels == 1 ? prim::set_8u_c1(0, p, step, size) : prim::set_8u_c3(zero, p, step, size);
+    } else if constexpr (std::is_same_v<T, uint16_t>) {
+        return prim::set_16u_c1(0, p, step, size);
+    } else {
+        return prim::set_32f_c1(0.0f, p, step, size);
+    }
+}
+
+constexpr int data_type_of(int32_t format) {
+    return format == lum_fmt_8u ? prim::data_8u : format == lum_fmt_16u ? prim::data_16u : prim::data_32f;
+}
+
+}  // namespace
+
+template <class T>
+int8_t rotate_image(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation,
+                    int first_row, int rows) {
     // Both images are walked whole with their own steps.
-    if (!whole_fits(src) || !whole_fits(dst)) return beyond_image;
+    if (!whole_fits(*src) || !whole_fits(*dst)) return beyond_image;
+    const int channels = src->channels;
+    if (rows < 0) rows = dst->height;
+    const prim::Size band{dst->width, rows};
     double matrix[6];
     if (failed(prim::rotate_transform(angle, x_shift, y_shift, matrix))) return primitive_failed;
-    if (failed(clear(pixel_at<T>(dst, 0, 0), step_of(dst), size_of(dst)))) return primitive_failed;
+    if (failed(clear(pixel_at<T>(*dst, 0, first_row), step_of(*dst), band, channels))) return primitive_failed;
     if (interpolation != prim::warp_nearest && interpolation != prim::warp_linear) return out_of_range;
-    const prim::Size ss = size_of(src), ds = size_of(dst);
+    const prim::Size ss = size_of(*src), ds = size_of(*dst);
+    const int data_type = data_type_of(format_of<T>);
     int spec_bytes = 0, init_bytes = 0;
     if (failed(prim::warp_affine_get_size(ss, ds, data_type, matrix, interpolation, prim::warp_forward,
                                           prim::border_constant, &spec_bytes, &init_bytes)))
@@ -43,58 +60,31 @@ int8_t rotate_with(const img& src, img& dst, double angle, double x_shift, doubl
     int work_bytes = 0;
     if (failed(prim::warp_get_buffer_size(spec.get(), ds, &work_bytes))) return primitive_failed;
     auto work = make_scratch<uint8_t>(work_bytes);
-    const auto& warp = interpolation == prim::warp_nearest ? nearest : linear;
-    if (failed(warp(pixel_at<const T>(src, 0, 0), step_of(src), pixel_at<T>(dst, 0, 0), step_of(dst), {0, 0}, ds,
-                    spec.get(), work.get())))
+    const auto& warp = interpolation == prim::warp_nearest ? prim::warp_affine<T, prim::filter::nearest>
+                                                           : prim::warp_affine<T, prim::filter::linear>;
+    if (failed(warp(pixel_at<const T>(*src, 0, 0), step_of(*src), pixel_at<T>(*dst, 0, first_row), step_of(*dst),
+                    {0, first_row}, band, channels, spec.get(), work.get())))
         return primitive_failed;
     return ok;
 }
 
-}  // namespace
-
-int8_t rotate_8u_c1(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
-    auto clear = [](uint8_t* p, int step, prim::Size size) { return prim::set_8u_c1(0, p, step, size); };
-    return rotate_with<uint8_t>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_8u, 1, clear,
-                                prim::warp_affine_nearest_8u_c1, prim::warp_affine_linear_8u_c1);
-}
-
-int8_t rotate_8u_c3(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
-    auto clear = [](uint8_t* p, int step, prim::Size size) {
-        const uint8_t zero[3] = {0, 0, 0};
-        return prim::set_8u_c3(zero, p, step, size);
-    };
-    return rotate_with<uint8_t>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_8u, 3, clear,
-                                prim::warp_affine_nearest_8u_c3, prim::warp_affine_linear_8u_c3);
-}
-
-int8_t rotate_16u_c1(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
-    auto clear = [](uint16_t* p, int step, prim::Size size) { return prim::set_16u_c1(0, p, step, size); };
-    return rotate_with<uint16_t>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_16u, 1, clear,
-                                 prim::warp_affine_nearest_16u_c1, prim::warp_affine_linear_16u_c1);
-}
-
-int8_t rotate_32f_c1(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
-    auto clear = [](float* p, int step, prim::Size size) { return prim::set_32f_c1(0.0f, p, step, size); };
-    return rotate_with<float>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_32f, 1, clear,
-                              prim::warp_affine_nearest_32f_c1, prim::warp_affine_linear_32f_c1);
-}
+template int8_t rotate_image<uint8_t>(const img*, img*, double, double, double, int, int, int);
+template int8_t rotate_image<uint16_t>(const img*, img*, double, double, double, int, int, int);
+template int8_t rotate_image<float>(const img*, img*, double, double, double, int, int, int);
 
 namespace {
 
 int8_t rotate(const img* src, img* dst, double angle, double x_shift, double y_shift, int32_t interpolation) {
     LUM_CHECK(require_initialised(src, dst));
     if (src->channels != dst->channels || src->pix_type != dst->pix_type) return mismatch;
-    if (src->channels == lum_gray) {
-        switch (src->pix_type) {
-            case lum_fmt_8u: return rotate_8u_c1(src, dst, angle, x_shift, y_shift, interpolation);
-            case lum_fmt_16u: return rotate_16u_c1(src, dst, angle, x_shift, y_shift, interpolation);
-            case lum_fmt_32f: return rotate_32f_c1(src, dst, angle, x_shift, y_shift, interpolation);
-            default: return bad_format;
-        }
-    }
+    if (src->channels == lum_gray)
+        return with_sample_type<uint8_t, uint16_t, float>(src->pix_type, [&]<class T>() {
+            return rotate_image<T>(src, dst, angle, x_shift, y_shift, interpolation);
+        });
     if (src->channels == lum_color)
-        return src->pix_type == lum_fmt_8u ? rotate_8u_c3(src, dst, angle, x_shift, y_shift, interpolation)
-                                           : int8_t(bad_format);
+        return with_sample_type<uint8_t>(src->pix_type, [&]<class T>() {
+            return rotate_image<T>(src, dst, angle, x_shift, y_shift, interpolation);
+        });
     return ok;
 }
 

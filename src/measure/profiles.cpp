@@ -6,7 +6,6 @@
 #include <cstring>
 #include <memory>
 
-#include "color/copy.hpp"
 #include "geometry/resize.hpp"
 #include "geometry/rotate.hpp"
 #include "image/call_frame.hpp"
@@ -31,25 +30,18 @@ Segment measure(lum_point a, lum_point b) {
     return s;
 }
 
+// The digital lines from a to b shifted by shifts[i] (x, y pairs), into out[i].
 template <class T>
-int sample_line(const img& image, lum_point a, lum_point b, T* out, int capacity) {
-    if constexpr (sizeof(T) == 1)
-        return prim::sample_line_8u_c1(pixel_at<const uint8_t>(image, 0, 0), step_of(image), size_of(image), a.x, a.y,
-                                       b.x, b.y, out, capacity);
-    else
-        return prim::sample_line_16u_c1(pixel_at<const uint16_t>(image, 0, 0), step_of(image), size_of(image), a.x,
-                                        a.y, b.x, b.y, out, capacity);
+int sample_lines(const img& image, lum_point a, lum_point b, const int32_t* shifts, int lines, T* const* out,
+                 int capacity) {
+    return prim::sample_lines<T>(pixel_at<const T>(image, 0, 0), step_of(image), size_of(image), a.x, a.y, b.x, b.y,
+                                 shifts, lines, out, capacity);
 }
 
 template <class T>
-int8_t resize_engine(const T* src, int src_step, const lum_size& ss, T* dst, int dst_step, const lum_size& ds,
-                     int interpolation) {
-    if constexpr (sizeof(T) == 1)
-        return resize_8u(src, src_step, ss, dst, dst_step, ds, 1, interpolation);
-    else if constexpr (sizeof(T) == 2)
-        return resize_16u(src, src_step, ss, dst, dst_step, ds, 1, interpolation);
-    else
-        return resize_32f(src, src_step, ss, dst, dst_step, ds, 1, interpolation);
+int sample_line(const img& image, lum_point a, lum_point b, T* out, int capacity) {
+    const int32_t none[2] = {0, 0};
+    return sample_lines(image, a, b, none, 1, &out, capacity);
 }
 
 // Offsets of the extra lines: built from the negated slope, so the band runs
@@ -90,20 +82,26 @@ int8_t fast_profile(const img& image, const Segment& s, uint32_t thickness, T* o
         if (s.a.x == s.b.x && s.a.y == s.b.y) return out_of_range;
         auto offsets = std::make_unique<lum_point[]>(thickness);
         band_offsets(s, thickness, offsets.get());
+        // The shifted lines inside the image are sampled together; one that leaves
+        // the image is replaced by the central one.
+        auto shifts = std::make_unique<int32_t[]>(2 * thickness);
+        auto rows = std::make_unique<T*[]>(thickness);
+        int lines = 0;
         for (uint32_t i = 1; i < thickness; ++i) {
             const lum_point a{s.a.x + offsets[i].x, s.a.y + offsets[i].y}, b{s.b.x + offsets[i].x, s.b.y + offsets[i].y};
-            // A shifted line that leaves the image is replaced by the central one.
             if (!inside(image, a.x, a.y) || !inside(image, b.x, b.y)) {
                 std::memcpy(row(i), row(0), sizeof(T) * n);
                 continue;
             }
-            LUM_CHECK(map_status(sample_line(image, a, b, line.get(), n)));
-            std::memcpy(row(i), line.get(), sizeof(T) * n);
+            shifts[2 * lines] = offsets[i].x;
+            shifts[2 * lines + 1] = offsets[i].y;
+            rows[lines++] = row(i);
         }
+        if (lines > 0) LUM_CHECK(map_status(sample_lines(image, s.a, s.b, shifts.get(), lines, rows.get(), n)));
     }
     const lum_size from{n, static_cast<int32_t>(thickness)}, to{static_cast<int32_t>(s.length), 1};
-    return resize_engine(row(0), step, from, out, static_cast<int>(sizeof(T) * s.length), to,
-                         thickness == 1 ? 1 : 2);
+    return resize_engine<T>(row(0), step, from, out, static_cast<int>(sizeof(T) * s.length), to, 1,
+                            thickness == 1 ? 1 : 2);
 }
 
 int8_t check_common(const img* image, const Segment& s, uint32_t thickness, const void* out, const uint32_t* count) {
@@ -119,11 +117,9 @@ int8_t get_fast_profile(const img* image, lum_point a, lum_point b, uint32_t thi
     if (a.x > image->width || b.x > image->width || a.y > image->height || b.y > image->height) return out_of_range;
     LUM_CHECK(check_common(image, s, thickness, out, count));
     *count = s.length;
-    switch (image->pix_type) {
-        case lum_fmt_8u: return fast_profile(*image, s, thickness, static_cast<uint8_t*>(out));
-        case lum_fmt_16u: return fast_profile(*image, s, thickness, static_cast<uint16_t*>(out));
-        default: return bad_format;
-    }
+    return with_sample_type<uint8_t, uint16_t>(image->pix_type, [&]<class T>() {
+        return fast_profile(*image, s, thickness, static_cast<T*>(out));
+    });
 }
 
 // Thickness 1: the digital line resampled from S to L samples.
@@ -133,19 +129,21 @@ int8_t thin_profile(const img& image, const Segment& s, T* out) {
     if (!line) return no_memory;
     LUM_CHECK(map_status(sample_line(image, s.a, s.b, line.get(), s.samples)));
     const lum_size from{s.samples, 1}, to{static_cast<int32_t>(s.length), 1};
-    return resize_engine(line.get(), static_cast<int>(sizeof(T)) * s.samples, from, out,
-                         static_cast<int>(sizeof(T) * s.length), to, 1);
+    return resize_engine<T>(line.get(), static_cast<int>(sizeof(T)) * s.samples, from, out,
+                            static_cast<int>(sizeof(T) * s.length), to, 1, 1);
 }
 
 // Thicker bands: the image is turned about the first point so that the
 // segment runs to the right along one row, straight into a band image of
 // L x thickness whose middle row holds the segment; the band is then averaged
-// down to one row.
+// down to one row. The band holds whole samples (8 or 16 valid bits), whatever
+// the source's valid bits say: rotation and resize do not clamp.
 template <class T>
 int8_t band_profile(const img& image, const Segment& s, uint32_t thickness, T* out) {
     img band;
-    const int8_t made = band.init(static_cast<int>(s.length), static_cast<int>(thickness), image.pix_type,
-                                  lum_gray, static_cast<int>(image.valid_bits));
+    const int bits = sizeof(T) == 1 ? 8 : sizeof(T) == 2 ? 16 : static_cast<int>(image.valid_bits);
+    const int8_t made =
+        band.init(static_cast<int>(s.length), static_cast<int>(thickness), image.pix_type, lum_gray, bits);
     if (made != ok) return made;
     const double pi = 3.141592653589793;
     const double angle = std::atan2(double(s.b.y) - s.a.y, double(s.b.x) - s.a.x) * 180.0 / pi;
@@ -157,17 +155,13 @@ int8_t band_profile(const img& image, const Segment& s, uint32_t thickness, T* o
     // The first point lands at column 0 and at row y1 - top of the band.
     const double x_shift = -(s.a.x * c + s.a.y * sn);
     const double y_shift = -(-s.a.x * sn + s.a.y * c) + s.a.y - top;
-    int8_t status;
-    if constexpr (sizeof(T) == 1)
-        status = rotate_8u_c1(&image, &band, angle, x_shift, y_shift, 2);
-    else if constexpr (sizeof(T) == 2)
-        status = rotate_16u_c1(&image, &band, angle, x_shift, y_shift, 2);
-    else
-        status = rotate_32f_c1(&image, &band, angle, x_shift, y_shift, 2);
-    LUM_CHECK(status);
+    // The final resize of thickness rows to one reads the band's centre row, and
+    // the row below it when the centre falls between two: only those are turned.
+    const int t = static_cast<int>(thickness), centre = (t - 1) / 2, last = centre + 1 < t ? centre + 1 : t - 1;
+    LUM_CHECK(rotate_image<T>(&image, &band, angle, x_shift, y_shift, 2, centre, last - centre + 1));
     const lum_size from{band.width, band.height}, to{band.width, 1};
-    return resize_engine(pixel_at<const T>(band, 0, 0), step_of(band), from, out,
-                         static_cast<int>(sizeof(T)) * band.width, to, 2);
+    return resize_engine<T>(pixel_at<const T>(band, 0, 0), step_of(band), from, out,
+                            static_cast<int>(sizeof(T)) * band.width, to, 1, 2);
 }
 
 int8_t get_profile(const img* image, lum_point a, lum_point b, uint32_t thickness, void* out, uint32_t* count) {
@@ -177,19 +171,13 @@ int8_t get_profile(const img* image, lum_point a, lum_point b, uint32_t thicknes
     if (a.x > image->width || b.x > image->width) return out_of_range;
     LUM_CHECK(check_common(image, s, thickness, out, count));
     *count = s.length;
-    if (thickness == 1) {
-        switch (image->pix_type) {
-            case lum_fmt_8u: return thin_profile(*image, s, static_cast<uint8_t*>(out));
-            case lum_fmt_16u: return thin_profile(*image, s, static_cast<uint16_t*>(out));
-            default: return bad_format;
-        }
-    }
-    switch (image->pix_type) {
-        case lum_fmt_8u: return band_profile(*image, s, thickness, static_cast<uint8_t*>(out));
-        case lum_fmt_16u: return band_profile(*image, s, thickness, static_cast<uint16_t*>(out));
-        case lum_fmt_32f: return band_profile(*image, s, thickness, static_cast<float*>(out));
-        default: return bad_format;
-    }
+    if (thickness == 1)
+        return with_sample_type<uint8_t, uint16_t>(image->pix_type, [&]<class T>() {
+            return thin_profile(*image, s, static_cast<T*>(out));
+        });
+    return with_sample_type<uint8_t, uint16_t, float>(image->pix_type, [&]<class T>() {
+        return band_profile(*image, s, thickness, static_cast<T*>(out));
+    });
 }
 
 }  // namespace

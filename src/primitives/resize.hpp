@@ -1,7 +1,11 @@
-// Separable resize with coefficient tables built once per call: a size query,
-// a set-up per interpolation (nearest, linear, Lanczos), a work-buffer query
-// and the resize kernels per sample format and channel count. Destination
-// sample d maps to source coordinate (d + 0.5) * S / D - 0.5; borders replicate.
+// Separable resize: a size query, a set-up per interpolation (nearest,
+// linear, Lanczos), a work-buffer query, and one kernel template over the
+// sample type and the interpolation. Destination sample d maps to source
+// coordinate (d + 0.5) * S / D - 0.5; borders replicate.
+//
+// The queries and set-ups are compiled once (resize_plan.cpp) and fill the
+// set-up block with the tables of both axes; only the kernels' loops are
+// compiled per instruction-set level (resize.kern.cpp).
 #pragma once
 
 #include "primitives/primitive.hpp"
@@ -24,33 +28,46 @@ enum : int {
 // Bytes of the set-up block and of the Lanczos initialisation buffer. An
 // unknown interpolation code still gets sizes (the set-up is what refuses it);
 // anti-aliasing is not offered and must be 0.
-LUM_PRIMITIVE(resize_get_size,
-              int(Size src, Size dst, int interpolation, int antialiasing, int* spec_bytes, int* init_bytes))
-LUM_PRIMITIVE(resize_nearest_init, int(Size src, Size dst, void* spec))
-LUM_PRIMITIVE(resize_linear_init, int(Size src, Size dst, void* spec))
+int resize_get_size(Size src, Size dst, int interpolation, int antialiasing, int* spec_bytes, int* init_bytes);
+int resize_nearest_init(Size src, Size dst, void* spec);
+int resize_linear_init(Size src, Size dst, void* spec);
 // Lanczos with `lobes` lobes (3 is the one offered): 2 * lobes taps per direction.
-LUM_PRIMITIVE(resize_lanczos_init, int(Size src, Size dst, int lobes, void* spec, void* init_buffer))
+int resize_lanczos_init(Size src, Size dst, int lobes, void* spec, void* init_buffer);
 // Bytes of the work buffer for `channels` channels.
-LUM_PRIMITIVE(resize_get_buffer_size, int(const void* spec, Size dst, int channels, int* bytes))
+int resize_get_buffer_size(const void* spec, Size dst, int channels, int* bytes);
 
-#define LUM_RESIZE_PRIMITIVES(fmt, T)                                                                            \
-    LUM_PRIMITIVE(resize_nearest_##fmt##_c1, int(const T* src, int src_step, T* dst, int dst_step, Offset offset, \
-                                                 Size dst_size, const void* spec, void* buffer))                  \
-    LUM_PRIMITIVE(resize_nearest_##fmt##_c3, int(const T* src, int src_step, T* dst, int dst_step, Offset offset, \
-                                                 Size dst_size, const void* spec, void* buffer))                  \
-    LUM_PRIMITIVE(resize_linear_##fmt##_c1, int(const T* src, int src_step, T* dst, int dst_step, Offset offset,  \
-                                                Size dst_size, int border, const void* spec, void* buffer))       \
-    LUM_PRIMITIVE(resize_linear_##fmt##_c3, int(const T* src, int src_step, T* dst, int dst_step, Offset offset,  \
-                                                Size dst_size, int border, const void* spec, void* buffer))       \
-    LUM_PRIMITIVE(resize_lanczos_##fmt##_c1, int(const T* src, int src_step, T* dst, int dst_step, Offset offset, \
-                                                 Size dst_size, int border, const void* spec, void* buffer))      \
-    LUM_PRIMITIVE(resize_lanczos_##fmt##_c3, int(const T* src, int src_step, T* dst, int dst_step, Offset offset, \
-                                                 Size dst_size, int border, const void* spec, void* buffer))
+// The interpolations, as kernel parameters.
+namespace filter {
+struct nearest;
+struct linear;
+struct lanczos;
+}  // namespace filter
 
-LUM_RESIZE_PRIMITIVES(8u, uint8_t)
-LUM_RESIZE_PRIMITIVES(16u, uint16_t)
-LUM_RESIZE_PRIMITIVES(32f, float)
-#undef LUM_RESIZE_PRIMITIVES
+// Fills the destination region (offset (0, 0), the set-up's destination size)
+// from the source, `channels` (1 or 3) interleaved channels. Linear and
+// Lanczos need the work buffer and the replicated border; nearest takes
+// neither. 8- and 16-bit linear results are the exact blend of the exact
+// weights, rounded to nearest with halves to even; 16-bit Lanczos blends in
+// double precision; the other blends are single-precision.
+LUM_KERNEL(resize, (class T, class Filter), (T, Filter),
+           int(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, int channels,
+               int border, const void* spec, void* buffer))
+
+// One axis of the set-up block: per destination index the first source tap,
+// unclamped (taps before 0 or past the end read the replicated edge sample),
+// and the tap weights.
+struct ResizeAxis {
+    int32_t source;       // S
+    int32_t size;         // D
+    int32_t taps;         // 1, 2 or 6
+    int32_t advance;      // the largest step of `first` from one destination index to the next
+    int64_t denominator;  // linear: q, the weights are (q - p) / q and p / q exactly
+    // Byte offsets from the block's start.
+    int64_t first;        // int32 per destination index; nearest: the source index itself
+    int64_t numerator;    // linear: p per destination index (uint32; q <= 2D)
+    int64_t weight;       // float weights, tap-major: weight[k * D + d]
+    int64_t weight_wide;  // Lanczos: double weights, tap-major
+};
 
 // Layout of the set-up block (shared by every instruction-set level).
 struct ResizeSpec {
@@ -58,15 +75,15 @@ struct ResizeSpec {
     int32_t interpolation;
     Size src;
     Size dst;
-    int32_t taps_x;
-    int32_t taps_y;
-    // Byte offsets from the block's start: per destination column / row,
-    // `taps` clamped source indices (int32) and `taps` weights (float).
-    int32_t x_index;
-    int32_t x_weight;
-    int32_t y_index;
-    int32_t y_weight;
+    ResizeAxis x;
+    ResizeAxis y;
 };
-inline constexpr uint32_t kResizeMagic = 0x52535A31u;
+inline constexpr uint32_t kResizeMagic = 0x52535A32u;
+
+// A table of the set-up block.
+template <class T>
+const T* resize_table(const ResizeSpec* spec, int64_t offset) {
+    return reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(spec) + offset);
+}
 
 }  // namespace lum::prim

@@ -1,110 +1,37 @@
-// Resize kernels. The set-up turns the two sizes into per-column and per-row
-// tables of clamped source indices and weights; the kernels then filter each
-// needed source row horizontally once (kept in a small ring of float rows in
-// the work buffer) and blend the ring vertically into each destination row.
-
-#include <cmath>
+// Resize loops. Nearest copies each destination row from one source row
+// (rows that repeat the previous one are copied from the destination) and
+// fetches its samples through the column table. Linear and Lanczos work per
+// destination row in tiles of columns: the vertical pass blends the tile's
+// span of source columns from the row's source rows into planes of the blend
+// type (one plane per channel, in the first-level cache, with the replicated
+// border columns around it), and the horizontal pass blends each block of
+// outputs from the planes. A block whose taps lie within two vectors of a
+// plane takes them with one look-up per tap and vector; wider spans gather.
+//
+// Blends: 8- and 16-bit linear in integers (the set-up's weights p / q are
+// exact, the sums are integers over q_x q_y, divided with rounding half to
+// even; in double lanes when the integers outgrow 31 bits), 16-bit Lanczos in
+// doubles, the rest in floats with the set-up's float weights.
+#include <new>
 
 #include "primitives/kernel.hpp"
+#include "primitives/resample.hpp"
 #include "primitives/resize.hpp"
-
-#define LUM_CHECK_KERNEL(expr)          \
-    do {                                \
-        if (const int st_ = (expr); st_) \
-            return st_;                 \
-    } while (0)
 
 namespace lum::prim::LUM_ISA {
 
 namespace {
 
-int taps_for(int interpolation) {
-    return interpolation == resize_nearest ? 1 : interpolation == resize_lanczos ? 6 : 2;
-}
+using simd::element_t;
+using resample::fetch;
+using resample::int32_lanes;
+using resample::narrowed;
+using resample::put;
+using resample::put3;
 
-int64_t spec_bytes_for(Size src, Size dst, int taps) {
-    (void)src;
-    return align64(sizeof(ResizeSpec)) + 2 * align64(int64_t(dst.width) * taps * 4) +
-           2 * align64(int64_t(dst.height) * taps * 4);
-}
-
-ResizeSpec* lay_out(void* block, Size src, Size dst, int interpolation) {
-    auto* spec = static_cast<ResizeSpec*>(block);
-    const int taps = taps_for(interpolation);
-    spec->magic = kResizeMagic;
-    spec->interpolation = interpolation;
-    spec->src = src;
-    spec->dst = dst;
-    spec->taps_x = spec->taps_y = taps;
-    int64_t at = align64(sizeof(ResizeSpec));
-    spec->x_index = int32_t(at);
-    at += align64(int64_t(dst.width) * taps * 4);
-    spec->x_weight = int32_t(at);
-    at += align64(int64_t(dst.width) * taps * 4);
-    spec->y_index = int32_t(at);
-    at += align64(int64_t(dst.height) * taps * 4);
-    spec->y_weight = int32_t(at);
-    return spec;
-}
-
-template <class T>
-T* table(const ResizeSpec* spec, int32_t offset) {
-    return reinterpret_cast<T*>(reinterpret_cast<uintptr_t>(spec) + offset);
-}
-
-inline int32_t clamp_index(int64_t i, int n) { return int32_t(i < 0 ? 0 : i >= n ? n - 1 : i); }
-
-bool sizes_ok(Size src, Size dst) { return !empty_region(src) && !empty_region(dst); }
-
-void nearest_axis(int s, int d, int32_t* index, float* weight) {
-    for (int i = 0; i < d; ++i) {
-        index[i] = clamp_index((2 * int64_t(i) + 1) * s / (2 * int64_t(d)), s);
-        weight[i] = 1.0f;
-    }
-}
-
-inline double centre(int i, int s, int d) { return (i + 0.5) * double(s) / double(d) - 0.5; }
-
-void linear_axis(int s, int d, int32_t* index, float* weight) {
-    for (int i = 0; i < d; ++i) {
-        const double c = centre(i, s, d);
-        const double f0 = floor(c);
-        const double f = c - f0;
-        const int64_t x0 = int64_t(f0);
-        index[2 * i] = clamp_index(x0, s);
-        index[2 * i + 1] = clamp_index(x0 + 1, s);
-        weight[2 * i] = float(1.0 - f);
-        weight[2 * i + 1] = float(f);
-    }
-}
-
-double lanczos3(double t) {
-    const double pi = 3.141592653589793;
-    if (t == 0.0) return 1.0;
-    if (t <= -3.0 || t >= 3.0) return 0.0;
-    const double a = pi * t, b = pi * t / 3.0;
-    return (sin(a) / a) * (sin(b) / b);
-}
-
-// Raw weights go through `scratch` (6 doubles) before normalisation to a sum of 1.
-void lanczos_axis(int s, int d, int32_t* index, float* weight, double* scratch) {
-    for (int i = 0; i < d; ++i) {
-        const double c = centre(i, s, d);
-        const double f0 = floor(c);
-        const int64_t x0 = int64_t(f0);
-        double sum = 0.0;
-        for (int k = 0; k < 6; ++k) {
-            scratch[k] = lanczos3(c - double(x0 - 2 + k));
-            sum += scratch[k];
-        }
-        for (int k = 0; k < 6; ++k) {
-            index[6 * i + k] = clamp_index(x0 - 2 + k, s);
-            weight[6 * i + k] = float(scratch[k] / sum);
-        }
-    }
-}
-
-// ---- kernels ----------------------------------------------------------------
+// Stack bytes of a tile's planes and of the blocks' prepared look-ups.
+constexpr int kTileBytes = 16384;
+constexpr int kCacheBytes = 24576;
 
 int check_call(const void* src, void* dst, const void* spec, Offset offset, Size dst_size, int interpolation) {
     if (!src || !dst || !spec) return st_null;
@@ -116,222 +43,530 @@ int check_call(const void* src, void* dst, const void* spec, Offset offset, Size
     return st_ok;
 }
 
-template <class T, int CH>
-int nearest(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, const void* spec_block,
-            void* buffer) {
-    LUM_CHECK_KERNEL(check_call(src, dst, spec_block, offset, dst_size, resize_nearest));
-    (void)buffer;  // nearest needs no work buffer
-    const auto* spec = static_cast<const ResizeSpec*>(spec_block);
-    const int32_t* xi = table<const int32_t>(spec, spec->x_index);
-    const int32_t* yi = table<const int32_t>(spec, spec->y_index);
-    const int w = dst_size.width;
-    for (int y = 0; y < dst_size.height; ++y) {
-        T* __restrict d = row_at(dst, dst_step, y);
-        if (y > 0 && yi[y] == yi[y - 1]) {
-            const T* __restrict prev = row_at(static_cast<const T*>(dst), dst_step, y - 1);
-            for (int i = 0; i < w * CH; ++i) d[i] = prev[i];
+// ---- nearest
+
+// Destination samples of `rows` rows (all from the same source row) through
+// the column table: blocks of outputs whose sources lie within two vectors
+// take them with one look-up, in 16-bit lanes where the level permutes them in
+// one instruction, and go to every row.
+template <class T>
+void nearest_row_c1(const T* __restrict s, T* __restrict d, int dst_step, int rows, const int32_t* xi, int w, int sw) {
+    using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
+    using V = simd::vec<E>;
+    using M = simd::mask_of<V>;
+    using S = simd::lanes_of<T, E>;
+    constexpr int L = simd::lanes<E>;
+    auto window = [&](int from) -> V {
+        const int avail = sw - from;
+        const S raw = simd::load_first<S>(s + from, avail < L ? avail : L);
+        if constexpr (sizeof(T) == sizeof(E)) return (V)raw;
+        else return simd::widen<E>(raw);
+    };
+    for (int x = 0; x < w; x += L) {
+        const int n = w - x < L ? w - x : L;
+        const int base = xi[x];
+        V r;
+        if (xi[x + n - 1] - base < 2 * L) {
+            const M rel = int32_lanes<M>(xi + x, n, base);
+            const V lo = window(base);
+            const V hi = sw - base > L ? window(base + L) : V{};
+            r = simd::lookup2(lo, hi, rel);
+        } else {
+            for (int j = 0; j < L; ++j) {
+                E e = 0;
+                if (j < n) std::memcpy(&e, s + xi[x + j], sizeof(T));  // the sample's bits, low bytes first
+                r[j] = e;
+            }
+        }
+        const auto out = narrowed<T>(r);
+        for (int k = 0; k < rows; ++k) simd::store_first(row_at(d, dst_step, k) + x, out, n);
+    }
+}
+
+// Three channels: the same look-ups on the planes of the source window.
+template <class T>
+void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int rows, const int32_t* xi, int w, int sw) {
+    using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
+    using V = simd::vec<E>;
+    using M = simd::mask_of<V>;
+    using S = simd::lanes_of<T, E>;
+    constexpr int L = simd::lanes<E>;
+    // L pixels from pixel `from` as three planes (samples past the row's end read as 0).
+    auto planes = [&](int from, V (&c)[3]) {
+        const int avail = 3 * (sw - from);
+        V v[3];
+        for (int k = 0; k < 3; ++k) {
+            const int m = avail - k * L;
+            const S raw = m <= 0 ? S{} : simd::load_first<S>(s + 3 * from + k * L, m < L ? m : L);
+            if constexpr (sizeof(T) == sizeof(E)) v[k] = (V)raw;
+            else v[k] = simd::widen<E>(raw);
+        }
+        simd::deinterleave3(v[0], v[1], v[2], c[0], c[1], c[2]);
+    };
+    auto put_samples = [&](int at, V v, int m) {
+        const auto out = narrowed<T>(v);
+        for (int k = 0; k < rows; ++k) simd::store_first(row_at(d, dst_step, k) + at, out, m);
+    };
+    for (int x = 0; x < w; x += L) {
+        const int n = w - x < L ? w - x : L;
+        const int base = xi[x];
+        if (xi[x + n - 1] - base >= 2 * L) {
+            for (int k = 0; k < rows; ++k)
+                for (int j = 0; j < n; ++j)
+                    std::memcpy(row_at(d, dst_step, k) + 3 * (x + j), s + 3 * int64_t(xi[x + j]), 3 * sizeof(T));
             continue;
         }
-        const T* __restrict s = row_at(src, src_step, yi[y]);
-        for (int x = 0; x < w; ++x)
-            for (int c = 0; c < CH; ++c) d[x * CH + c] = s[xi[x] * CH + c];
+        const M mask = int32_lanes<M>(xi + x, n, base);
+        V lo[3], hi[3], r[3], out[3];
+        planes(base, lo);
+        if (sw - base > L) planes(base + L, hi);
+        else hi[0] = hi[1] = hi[2] = V{};
+        for (int c = 0; c < 3; ++c) r[c] = simd::lookup2(lo[c], hi[c], mask);
+        simd::interleave3(r[0], r[1], r[2], out[0], out[1], out[2]);
+        const int m = 3 * n;
+        for (int k = 0; k < 3 && k * L < m; ++k) put_samples(3 * x + k * L, out[k], m - k * L < L ? m - k * L : L);
+    }
+}
+
+// Runs of destination rows that share a source row are written together.
+template <class T>
+int nearest(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
+    const int32_t* xi = resize_table<int32_t>(spec, spec->x.first);
+    const int32_t* yi = resize_table<int32_t>(spec, spec->y.first);
+    const int w = spec->dst.width, sw = spec->src.width, h = spec->dst.height;
+    for (int y = 0, rows; y < h; y += rows) {
+        for (rows = 1; y + rows < h && yi[y + rows] == yi[y]; ++rows) {
+        }
+        const T* s = row_at(src, src_step, yi[y]);
+        T* d = row_at(dst, dst_step, y);
+        if (channels == 1) nearest_row_c1(s, d, dst_step, rows, xi, w, sw);
+        else nearest_row_c3(s, d, dst_step, rows, xi, w, sw);
     }
     return st_ok;
 }
 
-// Vertical pass first: TAPS source rows blended into one float row of the
-// source's width (contiguous, converts and vectorizes well); the horizontal
-// pass then reads that row through the column table.
-template <class T, int TAPS>
-void vertical(const T* const* rows, const float* wy, float* __restrict out, int n) {
-    float w[TAPS];
-    const T* r[TAPS];
-    for (int k = 0; k < TAPS; ++k) {
-        w[k] = wy[k];
-        r[k] = rows[k];
-    }
-    for (int i = 0; i < n; ++i) {
-        float a = 0.0f;
-        for (int k = 0; k < TAPS; ++k) a += w[k] * float(r[k][i]);
-        out[i] = a;
-    }
-}
+// ---- linear and Lanczos: blends
 
-// Two passes: the taps are fetched through the column table with plain scalar
-// loads (vector gathers are slower here), then weighed and stored by a vector
-// loop, in blocks that stay in the first-level cache.
-template <class T, int CH, int TAPS>
-void horizontal(const float* __restrict v, T* __restrict d, int w, const int32_t* __restrict xi,
-                const float* __restrict xw) {
-    constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
-    constexpr int kBlock = 256;
-    alignas(64) float taps[TAPS][kBlock * CH];
-    // Weights spread to every sample, so that the blend below is one flat loop.
-    alignas(64) float weights[TAPS][kBlock * CH];
-    for (int x0 = 0; x0 < w; x0 += kBlock) {
-        const int n = w - x0 < kBlock ? w - x0 : kBlock;
-        for (int x = 0; x < n; ++x)
-            for (int k = 0; k < TAPS; ++k) {
-                const float* p = v + xi[(x0 + x) * TAPS + k] * CH;
-                const float wk = xw[(x0 + x) * TAPS + k];
-                for (int c = 0; c < CH; ++c) {
-                    taps[k][x * CH + c] = p[c];
-                    if constexpr (CH > 1) weights[k][x * CH + c] = wk;
-                }
-            }
-        const float* __restrict wt = xw + x0 * TAPS;
-        T* __restrict out = d + x0 * CH;
-        for (int j = 0; j < n * CH; ++j) {
-            float acc = 0.0f;
-            for (int k = 0; k < TAPS; ++k) acc += (CH > 1 ? weights[k][j] : wt[j * TAPS + k]) * taps[k][j];
-            if constexpr (sizeof(T) == 4)
-                out[j] = acc;
-            else
-                out[j] = static_cast<T>(saturate_round(acc, top));
+// A blend says in what lanes (E) the passes add, what the weights of a
+// destination row and of a block of destination columns are, and how a sum
+// becomes a sample. Weights here are in E; the tiles are planes of E.
+
+// Float and double blends with the set-up's weights.
+template <class E, int TAPS>
+struct weighted {
+    using VE = simd::vec<E>;
+    const ResizeSpec* spec;
+    const E* x_weight;  // tap-major
+    const E* y_weight;
+
+    weighted(const ResizeSpec* s) : spec(s) {
+        if constexpr (std::is_same_v<E, float>) {
+            x_weight = resize_table<float>(s, s->x.weight);
+            y_weight = resize_table<float>(s, s->y.weight);
+        } else {
+            x_weight = resize_table<double>(s, s->x.weight_wide);
+            y_weight = resize_table<double>(s, s->y.weight_wide);
         }
     }
-}
+    void row_weights(int y, E (&w)[TAPS]) const {
+        for (int k = 0; k < TAPS; ++k) w[k] = y_weight[k * spec->dst.height + y];
+    }
+    // The weights of the n outputs from destination column x on, per tap.
+    struct Weights {
+        VE w[TAPS];
+    };
+    Weights weights(int x, int n) const {
+        Weights r;
+        for (int k = 0; k < TAPS; ++k) {
+            const E* w = x_weight + k * spec->dst.width + x;
+            r.w[k] = n >= simd::lanes<E> ? simd::load_as<VE>(w) : simd::load_first<VE>(w, n);
+        }
+        return r;
+    }
+    // The weighted sum of the taps t(k).
+    template <class Tap>
+    VE blend(const Weights& w, const Tap& t) const {
+        VE acc{};
+        for (int k = 0; k < TAPS; ++k) acc = acc + w.w[k] * t(k);
+        return acc;
+    }
+};
 
-// Exact halving: the tables reduce to columns 2x, 2x + 1 and rows 2y, 2y + 1
-// with weights 1/2, so the same sums are formed directly, without tables.
-template <class T, int CH>
-void halve_row(const T* __restrict r0, const T* __restrict r1, T* __restrict d, int w) {
-    if constexpr (sizeof(T) < 4) {
-        // Integer samples: the float sums are exact, so the result is the sum of
-        // four divided by 4 and rounded half to even, done in integers.
-        using Sum = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
-        for (int x = 0; x < w; ++x)
-            for (int c = 0; c < CH; ++c) {
-                const Sum sum = Sum(Sum(r0[2 * x * CH + c]) + Sum(r0[(2 * x + 1) * CH + c]) +
-                                    Sum(r1[2 * x * CH + c]) + Sum(r1[(2 * x + 1) * CH + c]));
-                // sum = 4q + r: r = 3 rounds up, r = 2 only when q is odd.
-                d[x * CH + c] = static_cast<T>((sum + 1 + ((sum >> 2) & 1)) >> 2);
+// Single precision: samples rounded half to even and saturated (floats stored as summed).
+template <class T, int TAPS>
+struct single_blend : weighted<float, TAPS> {
+    using E = float;
+    static constexpr int taps = TAPS;
+    using weighted<float, TAPS>::weighted;
+    auto finish(simd::vec<float> v) const { return resample::samples_of<T>(v); }
+};
+
+// Lanczos on 16-bit samples in double precision.
+struct double_blend : weighted<double, 6> {
+    using E = double;
+    static constexpr int taps = 6;
+    using weighted<double, 6>::weighted;
+    auto finish(simd::vec<double> v) const { return resample::samples_of<uint16_t>(v); }
+};
+
+// Linear on integer samples: (q − p) a + p b in each pass, summed exactly in
+// lanes of E, then divided by Q = q_x q_y with rounding half to even. The
+// narrowest lanes that hold the sums: 16-bit while they stay below 2^15 (8-bit
+// samples on AVX-512, whose word permutes take one instruction), floats while
+// below 2^24, int32 while below 2^31, doubles beyond, exact while Q < 2^36
+// (destinations below 2^34 pixels): the sums stay below 2^53 and a quotient
+// that is no tie lies at least 1 / 2Q from a half.
+template <class Lane>
+struct exact_blend {
+    using E = Lane;
+    using VE = simd::vec<E>;
+    static constexpr int taps = 2;
+    const ResizeSpec* spec;
+    const uint32_t* x_numerator;
+    const uint32_t* y_numerator;
+    E qx, qy, whole;
+    float inverse;        // 1 / Q, for the quotient's first guess
+    uint16_t reciprocal;  // ceil(2^16 / Q), for the 16-bit first guess
+    int shift;            // log2 Q when Q is a power of two above 1 (halving, doubling), else -1
+
+    exact_blend(const ResizeSpec* s)
+        : spec(s), x_numerator(resize_table<uint32_t>(s, s->x.numerator)),
+          y_numerator(resize_table<uint32_t>(s, s->y.numerator)), qx(E(s->x.denominator)), qy(E(s->y.denominator)),
+          whole(E(s->x.denominator * s->y.denominator)) {
+        const int64_t q = s->x.denominator * s->y.denominator;
+        inverse = 1.0f / float(q);
+        reciprocal = uint16_t(q > 1 && q < 65536 ? (65536 + q - 1) / q : 0);
+        shift = q > 1 && (q & (q - 1)) == 0 ? __builtin_ctzll(uint64_t(q)) : -1;
+    }
+
+    void row_weights(int y, E (&w)[2]) const {
+        const E p = E(y_numerator[y]);
+        w[0] = qy - p;
+        w[1] = p;
+    }
+    struct Weights {
+        VE w0, w1;
+    };
+    Weights weights(int x, int n) const {
+        // Numerators below 2^31 here, except in double lanes, where they convert unsigned.
+        const int32_t* p = reinterpret_cast<const int32_t*>(x_numerator + x);
+        VE pe;
+        if constexpr (std::is_same_v<E, double>) {
+            using U = simd::lanes_of<uint32_t, E>;
+            pe = __builtin_convertvector(n >= simd::lanes<E> ? simd::load_as<U>(p) : simd::load_first<U>(p, n), VE);
+        } else {
+            pe = int32_lanes<VE>(p, n);
+        }
+        return {qx - pe, pe};
+    }
+    template <class Tap>
+    VE blend(const Weights& w, const Tap& t) const {
+        return w.w0 * t(0) + w.w1 * t(1);
+    }
+    // The quotient's integer lanes: q from a first guess within one of it, the remainder r = v − qQ deciding.
+    auto finish(VE v) const {
+        if constexpr (std::is_integral_v<E>) {
+            if (shift > 0) {  // Q = 2^s: add just under a half, and one more when the quotient is odd
+                const E bias = E((E(1) << (shift - 1)) - 1);
+                if constexpr (std::is_same_v<E, uint16_t>) return (v + bias + ((v >> shift) & 1)) >> shift;
+                else return (simd::vec<int32_t>)((v + bias + ((v >> shift) & 1)) >> shift);
             }
+        }
+        if constexpr (std::is_same_v<E, double>) {
+            return simd::round_even_wide(v / whole);
+        } else if constexpr (std::is_same_v<E, uint16_t>) {
+            using S = simd::vec<int16_t>;
+            const int16_t divisor = int16_t(whole);
+            S q = (S)simd::mulhi(v, VE{} + reciprocal);  // floor(v / Q) or one more
+            S r = (S)(v - (VE)q * whole);
+            const S over = r < 0;
+            q = q + over;
+            r = r + (over & divisor);
+            const S r2 = r + r;
+            const S up = (r2 > divisor) | ((r2 == divisor) & ((q & 1) != 0));
+            return (VE)(q - up);
+        } else {
+            using I = simd::vec<int32_t, sizeof(VE)>;
+            const I q = simd::round_even(simd::convert<float>(v) * inverse);
+            const VE r = v - simd::convert<E>(q) * whole;
+            const VE r2 = r + r;
+            const I odd = (q & 1) != 0;
+            const I up = (I)(r2 > whole) | ((I)(r2 == whole) & odd);
+            const I down = (I)(r2 < -whole) | ((I)(r2 == -whole) & odd);
+            return q - up + down;
+        }
+    }
+};
+
+// ---- linear and Lanczos: tiles
+
+// Vertical pass over n source pixels from column `from`: per channel plane
+// out[c][i] = Σ w[k] · row_k[(from + i) · channels + c].
+template <class E, int TAPS, class T>
+void vertical(const T* const* rows, const E (&w)[TAPS], int from, int n, int channels, E* const* out) {
+    using VE = simd::vec<E>;
+    constexpr int L = simd::lanes<E>;
+    VE wv[TAPS];
+    for (int k = 0; k < TAPS; ++k) wv[k] = VE{} + w[k];
+    auto sum = [&](int at, int m) {
+        VE acc{};
+        for (int k = 0; k < TAPS; ++k) acc = acc + wv[k] * fetch<E>(rows[k] + at, m);
+        return acc;
+    };
+    if (channels == 1) {
+        for (int i = 0; i < n; i += L) {
+            const int m = n - i < L ? n - i : L;
+            simd::store_first(out[0] + i, sum(from + i, m), m);
+        }
         return;
     }
-    constexpr float top = sizeof(T) == 1 ? 255.0f : 65535.0f;
-    for (int x = 0; x < w; ++x)
-        for (int c = 0; c < CH; ++c) {
-            const float v0 = 0.5f * float(r0[2 * x * CH + c]) + 0.5f * float(r1[2 * x * CH + c]);
-            const float v1 = 0.5f * float(r0[(2 * x + 1) * CH + c]) + 0.5f * float(r1[(2 * x + 1) * CH + c]);
-            const float acc = 0.5f * v0 + 0.5f * v1;
-            if constexpr (sizeof(T) == 4)
-                d[x * CH + c] = acc;
-            else
-                d[x * CH + c] = static_cast<T>(saturate_round(acc, top));
-        }
+    for (int i = 0; i < n; i += L) {
+        const int m = n - i < L ? n - i : L, samples = 3 * m;
+        const int at = 3 * (from + i);
+        const VE a = sum(at, samples < L ? samples : L);
+        const VE b = samples > L ? sum(at + L, samples - L < L ? samples - L : L) : VE{};
+        const VE c = samples > 2 * L ? sum(at + 2 * L, samples - 2 * L) : VE{};
+        VE c0, c1, c2;
+        simd::deinterleave3(a, b, c, c0, c1, c2);
+        simd::store_first(out[0] + i, c0, m);
+        simd::store_first(out[1] + i, c1, m);
+        simd::store_first(out[2] + i, c2, m);
+    }
 }
 
-template <class T, int CH, int TAPS>
-int separable(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, int border,
-              const void* spec_block, void* buffer, int interpolation) {
-    LUM_CHECK_KERNEL(check_call(src, dst, spec_block, offset, dst_size, interpolation));
-    if (!buffer) return st_null;
-    if (border != border_replicate) return st_bad_arg;
-    const auto* spec = static_cast<const ResizeSpec*>(spec_block);
-    const int w = dst_size.width, sw = spec->src.width;
-    if (TAPS == 2 && sw == 2 * w && spec->src.height == 2 * dst_size.height) {
-        for (int y = 0; y < dst_size.height; ++y)
-            halve_row<T, CH>(row_at(src, src_step, 2 * y), row_at(src, src_step, 2 * y + 1), row_at(dst, dst_step, y),
-                             w);
-        return st_ok;
+template <class T, class Blend>
+void tiles(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels, const Blend& b) {
+    using E = typename Blend::E;
+    using VE = simd::vec<E>;
+    using I = simd::lanes_of<int32_t, E>;
+    using M = simd::mask_of<VE>;
+    constexpr int L = simd::lanes<E>, TAPS = Blend::taps;
+    constexpr int slack = 2 * L + TAPS;
+    alignas(64) unsigned char tile[kTileBytes];
+    std::memset(tile, 0, sizeof tile);
+    const int plane_size = kTileBytes / int(sizeof(E)) / channels;
+    E* planes[3];
+    for (int c = 0; c < channels; ++c) planes[c] = reinterpret_cast<E*>(tile) + c * plane_size;
+    const int cap = plane_size - slack;
+    const ResizeAxis &ax = spec->x, &ay = spec->y;
+    const int32_t* first = resize_table<int32_t>(spec, ax.first);
+    const int32_t* y_first = resize_table<int32_t>(spec, ay.first);
+    const int w = ax.size, sw = ax.source, sh = ay.source;
+    const int advance = ax.advance > 0 ? ax.advance : 1;
+    const int block = (cap - TAPS) / advance + 1;
+
+    // Every row has the same blocks of outputs: their look-up masks and
+    // weights are made once when they fit in the cache below.
+    using Weights = decltype(b.weights(0, 1));
+    struct Prepared {
+        M mask;
+        Weights weights;
+    };
+    constexpr int kPrepared = kCacheBytes / int(sizeof(Prepared));
+    alignas(64) unsigned char cache[kCacheBytes];
+    auto* prepared = reinterpret_cast<Prepared*>(cache);
+    int blocks = 0;
+    for (int xa = 0; xa < w; xa += block) blocks += ((w - xa < block ? w - xa : block) + L - 1) / L;
+    const bool reuse = blocks <= kPrepared;
+    if (reuse) {
+        int k = 0;
+        for (int xa = 0; xa < w; xa += block) {
+            const int xb = w - xa < block ? w : xa + block;
+            for (int x = xa; x < xb; x += L, ++k) {
+                const int n = xb - x < L ? xb - x : L;
+                new (&prepared[k]) Prepared{int32_lanes<M>(first + x, n, first[x]), b.weights(x, n)};
+            }
+        }
     }
-    const int32_t* xi = table<const int32_t>(spec, spec->x_index);
-    const float* xw = table<const float>(spec, spec->x_weight);
-    const int32_t* yi = table<const int32_t>(spec, spec->y_index);
-    const float* yw = table<const float>(spec, spec->y_weight);
-    float* column = static_cast<float*>(buffer);
-    for (int y = 0; y < dst_size.height; ++y) {
+
+    for (int y = 0; y < ay.size; ++y) {
         const T* rows[TAPS];
-        for (int k = 0; k < TAPS; ++k) rows[k] = row_at(src, src_step, yi[y * TAPS + k]);
-        vertical<T, TAPS>(rows, yw + y * TAPS, column, sw * CH);
-        horizontal<T, CH, TAPS>(column, row_at(dst, dst_step, y), w, xi, xw);
+        for (int k = 0; k < TAPS; ++k) {
+            const int64_t r = int64_t(y_first[y]) + k;
+            rows[k] = row_at(src, src_step, int(r < 0 ? 0 : r >= sh ? sh - 1 : r));
+        }
+        E wy[TAPS];
+        b.row_weights(y, wy);
+        T* d = row_at(dst, dst_step, y);
+        int k = 0;
+        for (int xa = 0; xa < w; xa += block) {
+            const int xb = w - xa < block ? w : xa + block;
+            const int lo = first[xa], hi = first[xb - 1] + TAPS;
+            const int a = lo > 0 ? lo : 0, e = hi < sw ? hi : sw;
+            E* at[3];
+            for (int c = 0; c < channels; ++c) at[c] = planes[c] + (a - lo);
+            vertical<E, TAPS>(rows, wy, a, e - a, channels, at);
+            for (int c = 0; c < channels; ++c) {
+                for (int i = lo; i < a; ++i) planes[c][i - lo] = planes[c][a - lo];
+                for (int i = e; i < hi; ++i) planes[c][i - lo] = planes[c][e - 1 - lo];
+            }
+            for (int x = xa; x < xb; x += L, ++k) {
+                const int n = xb - x < L ? xb - x : L;
+                const int base = first[x] - lo;
+                const Weights weights = reuse ? prepared[k].weights : b.weights(x, n);
+                auto outputs = [&](const auto& tap) {
+                    auto result = [&](const E* plane) {
+                        return b.finish(b.blend(weights, [&](int k) { return tap(plane + base + k); }));
+                    };
+                    if (channels == 1) put(d + x, result(planes[0]), n);
+                    else put3(d + 3 * x, result(planes[0]), result(planes[1]), result(planes[2]), n);
+                };
+                if (first[x + n - 1] - first[x] < 2 * L) {
+                    const M mask = reuse ? prepared[k].mask : int32_lanes<M>(first + x, n, first[x]);
+                    outputs([&](const E* p) { return simd::lookup2(simd::load_as<VE>(p), simd::load_as<VE>(p + L), mask); });
+                } else {
+                    alignas(64) int32_t rel[L];
+                    for (int j = 0; j < L; ++j) rel[j] = j < n ? first[x + j] - first[x] : 0;
+                    outputs([&](const E* p) {
+                        if constexpr (sizeof(E) >= 4) return simd::gather<VE>(p, simd::load_as<I>(rel));
+                        VE r;
+                        for (int j = 0; j < L; ++j) r[j] = p[rel[j]];
+                        return r;
+                    });
+                }
+            }
+        }
     }
-    return st_ok;
+}
+
+// Exact halving of one-channel integer rows: each output is the sum of a 2 × 2
+// block over 4, halves to even. A pair of neighbouring samples is one lane of
+// twice the width, so the pair sums are a mask, a shift and an add.
+template <class T>
+void halve(const T* src, int src_step, T* dst, int dst_step, int w, int h) {
+    using W = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+    using VW = simd::vec<W>;
+    using VT = simd::vec<T>;
+    constexpr int L = simd::lanes<W>, bits = 8 * int(sizeof(T));
+    constexpr W low = W((W(1) << bits) - 1);
+    for (int y = 0; y < h; ++y) {
+        const T* r0 = row_at(src, src_step, 2 * y);
+        const T* r1 = row_at(src, src_step, 2 * y + 1);
+        T* d = row_at(dst, dst_step, y);
+        for (int x = 0; x < w; x += L) {
+            const int m = w - x < L ? w - x : L;
+            const VW a = (VW)(m == L ? simd::load(r0 + 2 * x) : simd::load_first<VT>(r0 + 2 * x, 2 * m));
+            const VW b = (VW)(m == L ? simd::load(r1 + 2 * x) : simd::load_first<VT>(r1 + 2 * x, 2 * m));
+            const VW sum = (a & low) + (a >> bits) + (b & low) + (b >> bits);
+            const VW q = (sum + 1 + ((sum >> 2) & 1)) >> 2;
+            if constexpr (sizeof(T) == 1) simd::store_first(d + x, simd::narrow_sat<T>(q), m);
+            else simd::store_first(d + x, simd::narrow_sat<T>((simd::vec<int32_t>)q), m);
+        }
+    }
+}
+
+// Three channels: the row sums of a block of 2L pixels as three planes, each
+// plane's neighbouring lanes added, the three results interleaved again.
+template <class T>
+void halve_c3(const T* src, int src_step, T* dst, int dst_step, int w, int h) {
+    using E = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+    using V = simd::vec<E>;
+    using S = simd::lanes_of<T, E>;
+    constexpr int L = simd::lanes<E>;
+    constexpr auto lanes = std::make_index_sequence<L>();
+    auto pairs = [&]<size_t... I>(V a, V b, std::index_sequence<I...>) {
+        return __builtin_shufflevector(a, b, int(2 * I)...) + __builtin_shufflevector(a, b, int(2 * I + 1)...);
+    };
+    for (int y = 0; y < h; ++y) {
+        const T* r0 = row_at(src, src_step, 2 * y);
+        const T* r1 = row_at(src, src_step, 2 * y + 1);
+        T* d = row_at(dst, dst_step, y);
+        for (int x = 0; x < w; x += L) {
+            const int m = w - x < L ? w - x : L;  // output pixels
+            V sum[6];
+            for (int k = 0; k < 6; ++k) {
+                const int at = 6 * x + k * L, left = 6 * m - k * L;
+                auto part = [&](const T* r) -> V {
+                    const S raw = left >= L ? simd::load_as<S>(r + at) : left > 0 ? simd::load_first<S>(r + at, left) : S{};
+                    return simd::widen<E>(raw);
+                };
+                sum[k] = part(r0) + part(r1);
+            }
+            V a[3], b[3], out[3], q[3];
+            simd::deinterleave3(sum[0], sum[1], sum[2], a[0], a[1], a[2]);
+            simd::deinterleave3(sum[3], sum[4], sum[5], b[0], b[1], b[2]);
+            for (int c = 0; c < 3; ++c) {
+                const V t = pairs(a[c], b[c], lanes);
+                q[c] = (t + 1 + ((t >> 2) & 1)) >> 2;
+            }
+            simd::interleave3(q[0], q[1], q[2], out[0], out[1], out[2]);
+            for (int k = 0; k < 3 && k * L < 3 * m; ++k) {
+                const int n = 3 * m - k * L < L ? 3 * m - k * L : L;
+                if constexpr (sizeof(T) == 1) simd::store_first(d + 3 * x + k * L, simd::narrow_sat<T>(out[k]), n);
+                else simd::store_first(d + 3 * x + k * L, simd::narrow_sat<T>((simd::vec<int32_t>)out[k]), n);
+            }
+        }
+    }
+}
+
+template <class T>
+void linear(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
+    if constexpr (!std::is_same_v<T, float>) {
+        if (spec->src.width == 2 * spec->dst.width && spec->src.height == 2 * spec->dst.height) {
+            if (channels == 1) halve(src, src_step, dst, dst_step, spec->dst.width, spec->dst.height);
+            else halve_c3(src, src_step, dst, dst_step, spec->dst.width, spec->dst.height);
+            return;
+        }
+    }
+    if constexpr (std::is_same_v<T, float>) {
+        tiles(src, src_step, dst, dst_step, spec, channels, single_blend<float, 2>(spec));
+    } else {
+        // q <= 2D < 2^32, so Q < 2^64; the sums reach Q times the largest sample.
+        const uint64_t whole = uint64_t(spec->x.denominator) * uint64_t(spec->y.denominator);
+        const uint64_t top = uint64_t(max_value<T>());
+        if (simd::kBytes == 64 && sizeof(T) == 1 && whole > 1 && whole * top < 32768)
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<uint16_t>(spec));
+        else if (whole * top < (uint64_t(1) << 24))
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<float>(spec));
+        else if (whole < uint64_t(INT32_MAX) / (top + 1))
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<int32_t>(spec));
+        else
+            tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<double>(spec));
+    }
+}
+
+template <class T>
+void lanczos(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
+    if constexpr (std::is_same_v<T, uint16_t>)
+        tiles(src, src_step, dst, dst_step, spec, channels, double_blend(spec));
+    else
+        tiles(src, src_step, dst, dst_step, spec, channels, single_blend<T, 6>(spec));
+}
+
+template <class F>
+constexpr int code_of() {
+    return std::is_same_v<F, filter::nearest> ? resize_nearest : std::is_same_v<F, filter::linear> ? resize_linear
+                                                                                                   : resize_lanczos;
 }
 
 }  // namespace
 
-int resize_get_size(Size src, Size dst, int interpolation, int antialiasing, int* spec_bytes, int* init_bytes) {
-    if (!spec_bytes || !init_bytes) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    if (antialiasing != 0) return st_bad_arg;
-    const int64_t bytes = spec_bytes_for(src, dst, taps_for(interpolation));
-    if (bytes > 0x7FFFFFC0) return st_bad_arg;
-    *spec_bytes = int(bytes);
-    *init_bytes = interpolation == resize_lanczos ? 64 : 0;
-    return st_ok;
-}
-
-int resize_nearest_init(Size src, Size dst, void* spec_block) {
-    if (!spec_block) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    ResizeSpec* spec = lay_out(spec_block, src, dst, resize_nearest);
-    nearest_axis(src.width, dst.width, table<int32_t>(spec, spec->x_index), table<float>(spec, spec->x_weight));
-    nearest_axis(src.height, dst.height, table<int32_t>(spec, spec->y_index), table<float>(spec, spec->y_weight));
-    return st_ok;
-}
-
-int resize_linear_init(Size src, Size dst, void* spec_block) {
-    if (!spec_block) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    ResizeSpec* spec = lay_out(spec_block, src, dst, resize_linear);
-    linear_axis(src.width, dst.width, table<int32_t>(spec, spec->x_index), table<float>(spec, spec->x_weight));
-    linear_axis(src.height, dst.height, table<int32_t>(spec, spec->y_index), table<float>(spec, spec->y_weight));
-    return st_ok;
-}
-
-int resize_lanczos_init(Size src, Size dst, int lobes, void* spec_block, void* init_buffer) {
-    if (!spec_block || !init_buffer) return st_null;
-    if (!sizes_ok(src, dst)) return st_size;
-    if (lobes != 3) return st_bad_arg;
-    ResizeSpec* spec = lay_out(spec_block, src, dst, resize_lanczos);
-    auto* scratch = static_cast<double*>(init_buffer);
-    lanczos_axis(src.width, dst.width, table<int32_t>(spec, spec->x_index), table<float>(spec, spec->x_weight), scratch);
-    lanczos_axis(src.height, dst.height, table<int32_t>(spec, spec->y_index), table<float>(spec, spec->y_weight),
-                 scratch);
-    return st_ok;
-}
-
-int resize_get_buffer_size(const void* spec_block, Size dst, int channels, int* bytes) {
-    if (!spec_block || !bytes) return st_null;
-    if (empty_region(dst)) return st_size;
+template <class T, class Filter>
+int resize(const T* src, int src_step, T* dst, int dst_step, Offset offset, Size dst_size, int channels, int border,
+           const void* spec_block, void* buffer) {
+    if (const int st = check_call(src, dst, spec_block, offset, dst_size, code_of<Filter>())) return st;
     const auto* spec = static_cast<const ResizeSpec*>(spec_block);
-    if (spec->magic != kResizeMagic || channels < 1 || channels > 4) return st_bad_arg;
-    // One row of the source's width, blended vertically.
-    (void)dst;
-    const int64_t total = (int64_t(spec->src.width) * channels + 16) * 4 + 64;
-    if (total > 0x7FFFFFC0) return st_bad_arg;
-    *bytes = int(total);
-    return st_ok;
+    if constexpr (std::is_same_v<Filter, filter::nearest>) {
+        (void)border;  // nearest needs neither the border nor a work buffer
+        (void)buffer;
+        if (channels != 1 && channels != 3) return st_bad_arg;
+        return nearest(src, src_step, dst, dst_step, spec, channels);
+    } else {
+        if (!buffer) return st_null;
+        if (border != border_replicate || (channels != 1 && channels != 3)) return st_bad_arg;
+        if constexpr (std::is_same_v<Filter, filter::linear>) linear(src, src_step, dst, dst_step, spec, channels);
+        else lanczos(src, src_step, dst, dst_step, spec, channels);
+        return st_ok;
+    }
 }
 
-#define LUM_RESIZE_KERNELS(fmt, T)                                                                              \
-    int resize_nearest_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void* w) { \
-        return nearest<T, 1>(s, ss, d, ds, o, z, p, w);                                                            \
-    }                                                                                                           \
-    int resize_nearest_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, const void* p, void* w) { \
-        return nearest<T, 3>(s, ss, d, ds, o, z, p, w);                                                            \
-    }                                                                                                           \
-    int resize_linear_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,      \
-                                 void* w) {                                                                     \
-        return separable<T, 1, 2>(s, ss, d, ds, o, z, b, p, w, resize_linear);                                  \
-    }                                                                                                           \
-    int resize_linear_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,      \
-                                 void* w) {                                                                     \
-        return separable<T, 3, 2>(s, ss, d, ds, o, z, b, p, w, resize_linear);                                  \
-    }                                                                                                           \
-    int resize_lanczos_##fmt##_c1(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,     \
-                                  void* w) {                                                                    \
-        return separable<T, 1, 6>(s, ss, d, ds, o, z, b, p, w, resize_lanczos);                                 \
-    }                                                                                                           \
-    int resize_lanczos_##fmt##_c3(const T* s, int ss, T* d, int ds, Offset o, Size z, int b, const void* p,     \
-                                  void* w) {                                                                    \
-        return separable<T, 3, 6>(s, ss, d, ds, o, z, b, p, w, resize_lanczos);                                 \
-    }
-
-LUM_RESIZE_KERNELS(8u, uint8_t)
-LUM_RESIZE_KERNELS(16u, uint16_t)
-LUM_RESIZE_KERNELS(32f, float)
+#define LUM_RESIZE_FILTERS(T)                          \
+    LUM_INSTANTIATE(resize, T, filter::nearest)        \
+    LUM_INSTANTIATE(resize, T, filter::linear)         \
+    LUM_INSTANTIATE(resize, T, filter::lanczos)
+LUM_RESIZE_FILTERS(uint8_t)
+LUM_RESIZE_FILTERS(uint16_t)
+LUM_RESIZE_FILTERS(float)
+#undef LUM_RESIZE_FILTERS
 
 }  // namespace lum::prim::LUM_ISA

@@ -624,4 +624,119 @@ inline uint64_t lane_bits(M m) {
     return bits;
 }
 
+// ---- resampling: lane reversal, look-ups in a window of two vectors, gathers
+
+// The lanes of v in reverse order.
+template <class V, size_t... I>
+inline V reverse(V v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, static_cast<int>(sizeof...(I) - 1 - I)...);
+}
+template <class V>
+inline V reverse(V v) {
+    return reverse(v, std::make_index_sequence<sizeof(V) / sizeof(V{}[0])>());
+}
+
+// Lane i of the result is lane idx[i] of the 2N lanes lo|hi (0 <= idx[i] < 2N;
+// other indices wrap). Meant for 16-, 32- and 64-bit lanes: one instruction on
+// AVX-512 (vpermt2w/d/q/ps/pd), a short sequence on AVX2 for 32-bit lanes,
+// lane by lane on the baseline. Resampling kernels use it to fetch the taps of
+// a block of outputs from a window of the source when the block's taps span
+// fewer than 2N elements: far cheaper than a gather.
+template <class V, class I>
+inline V lookup2(V lo, V hi, I idx) {
+    static_assert(sizeof(I) == sizeof(V) && sizeof(element_t<I>) == sizeof(element_t<V>));
+    return __builtin_shuffle(lo, hi, idx);
+}
+
+// Lane i of the result is base[idx[i]]: elements at any address, 32-bit
+// indices, one index per lane of the result. The processor's gathers for 32-
+// and 64-bit elements on AVX2 and AVX-512, scalar loads otherwise.
+template <class V, class I>
+inline V gather(const element_t<V>* base, I idx) {
+    using T = element_t<V>;
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
+    static_assert(sizeof(element_t<I>) == 4 && sizeof(I) / 4 == n);
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64 && sizeof(T) == 4) {
+        if constexpr (std::is_floating_point_v<T>) return (V)_mm512_mask_i32gather_ps(_mm512_setzero_ps(), 0xFFFF, (__m512i)idx, base, 4);
+        else return (V)_mm512_mask_i32gather_epi32(_mm512_setzero_si512(), 0xFFFF, (__m512i)idx, base, 4);
+    }
+    if constexpr (sizeof(V) == 64 && sizeof(T) == 8) {
+        if constexpr (std::is_floating_point_v<T>) return (V)_mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, (__m256i)idx, base, 8);
+        else return (V)_mm512_mask_i32gather_epi64(_mm512_setzero_si512(), 0xFF, (__m256i)idx, base, 8);
+    }
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32 && sizeof(T) == 4) {
+        if constexpr (std::is_floating_point_v<T>) return (V)_mm256_mask_i32gather_ps(_mm256_setzero_ps(), base, (__m256i)idx, _mm256_castsi256_ps(_mm256_set1_epi32(-1)), 4);
+        else return (V)_mm256_mask_i32gather_epi32(_mm256_setzero_si256(), reinterpret_cast<const int*>(base), (__m256i)idx, _mm256_set1_epi32(-1), 4);
+    }
+    if constexpr (sizeof(V) == 32 && sizeof(T) == 8) {
+        if constexpr (std::is_floating_point_v<T>) return (V)_mm256_mask_i32gather_pd(_mm256_setzero_pd(), base, (__m128i)idx, _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8);
+        else return (V)_mm256_mask_i32gather_epi64(_mm256_setzero_si256(), reinterpret_cast<const long long*>(base), (__m128i)idx, _mm256_set1_epi64x(-1), 8);
+    }
+#endif
+    V r;
+    for (int k = 0; k < n; ++k) {
+        T t;
+        std::memcpy(&t, base + idx[k], sizeof t);
+        r[k] = t;
+    }
+    return r;
+}
+
+// Lane i of the result is the 4-byte word at byte offset off[i] from base, at
+// any address (32-bit lanes, as many offsets as lanes).
+template <class V, class I>
+inline V gather_bytes(const void* base, I off) {
+    static_assert(sizeof(element_t<V>) == 4 && sizeof(I) == sizeof(V) && sizeof(element_t<I>) == 4);
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64)
+        return (V)_mm512_mask_i32gather_epi32(_mm512_setzero_si512(), 0xFFFF, (__m512i)off, base, 1);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32)
+        return (V)_mm256_mask_i32gather_epi32(_mm256_setzero_si256(), static_cast<const int*>(base), (__m256i)off,
+                                              _mm256_set1_epi32(-1), 1);
+    if constexpr (sizeof(V) == 16)
+        return (V)_mm_mask_i32gather_epi32(_mm_setzero_si128(), static_cast<const int*>(base), (__m128i)off,
+                                           _mm_set1_epi32(-1), 1);
+#endif
+    V r;
+    for (size_t k = 0; k < sizeof(V) / 4; ++k) {
+        element_t<V> w;
+        std::memcpy(&w, static_cast<const unsigned char*>(base) + off[k], 4);
+        r[k] = w;
+    }
+    return r;
+}
+
+// The high halves of the 32-bit products of unsigned 16-bit lanes.
+template <class V>
+inline V mulhi(V a, V b) {
+    static_assert(std::is_same_v<element_t<V>, uint16_t>);
+#if defined(__AVX512BW__)
+    if constexpr (sizeof(V) == 64) return (V)_mm512_mulhi_epu16((__m512i)a, (__m512i)b);
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(V) == 32) return (V)_mm256_mulhi_epu16((__m256i)a, (__m256i)b);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (V)_mm_mulhi_epu16((__m128i)a, (__m128i)b);
+#endif
+    V r;
+    for (size_t k = 0; k < sizeof(V) / 2; ++k) r[k] = static_cast<uint16_t>((uint32_t(a[k]) * b[k]) >> 16);
+    return r;
+}
+
+// Double lanes (of magnitude below 2^31) to 32-bit integers, rounded to
+// nearest with halves to even: adding and taking away 1.5 × 2^52 leaves the
+// rounded value, which then converts exactly.
+template <class V>
+inline auto round_even_wide(V v) {
+    constexpr int n = static_cast<int>(sizeof(V) / 8);
+    const V rounded = (v + 6755399441055744.0) - 6755399441055744.0;
+    return __builtin_convertvector(rounded, vec<int32_t, 4 * n>);
+}
+
 }  // namespace lum::prim::LUM_ISA::simd

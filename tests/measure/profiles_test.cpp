@@ -134,3 +134,37 @@ TEST(GeneralProfile, DiagonalThickBandOnALinearImage) {
 }
 
 }  // namespace
+
+namespace {
+
+// The thick general profile turns a borrowed image into a band of whole
+// samples, whatever valid bits the caller's description gives (0 from a
+// zeroed lum_info, or more than an 8-bit sample holds).
+TEST(GeneralProfile, ThickBandOnBorrowedImagesWhateverTheirValidBits) {
+    const int w = 20, h = 12;
+    std::vector<uint16_t> words(w * h);
+    std::vector<uint8_t> bytes(w * h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            words[y * w + x] = static_cast<uint16_t>(1000 * x + 3);
+            bytes[y * w + x] = static_cast<uint8_t>(7 * x);
+        }
+    const lum_info infos[] = {{w, h, 0.0f, 0.0f, 2 * w, lum_fmt_16u, 0, lum_gray, words.data()},
+                              {w, h, 0.0f, 0.0f, 2 * w, lum_fmt_16u, 5, lum_gray, words.data()},
+                              {w, h, 0.0f, 0.0f, w, lum_fmt_8u, 12, lum_gray, bytes.data()}};
+    for (const lum_info& info : infos) {
+        lum::test::Image im;
+        ASSERT_EQ(lum_init_image_ex(im, &info), 0);
+        std::vector<uint16_t> out(32);
+        uint32_t count = 32;
+        ASSERT_EQ(lum_get_profile(im, {2, 5}, {12, 5}, 3, out.data(), &count), 0) << info.valid_bits;
+        ASSERT_EQ(count, 11u);
+        for (int i = 0; i < 11; ++i) {
+            const int want = info.pix_type == lum_fmt_16u ? 1000 * (2 + i) + 3 : 7 * (2 + i);
+            const int got = info.pix_type == lum_fmt_16u ? out[i] : reinterpret_cast<const uint8_t*>(out.data())[i];
+            EXPECT_EQ(got, want) << i;
+        }
+    }
+}
+
+}  // namespace

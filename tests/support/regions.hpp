@@ -61,6 +61,16 @@ struct Region {
     void set(int i, int y, T v) { std::memcpy(&bytes[at_byte(i, y)], &v, sizeof(T)); }
 };
 
+// Random samples written at the region's own sample positions. A region at an
+// odd address otherwise holds floats pieced together from two samples' bytes,
+// NaNs among them: fine for kernels that move bits, not for ones that blend.
+template <class T>
+void fill_samples(Region<T>& r, uint32_t seed, uint32_t range = 0) {
+    std::mt19937 rng(seed);
+    for (int y = 0; y < r.rows; ++y)
+        for (int i = 0; i < r.samples; ++i) r.set(i, y, random_sample<T>(rng, range));
+}
+
 // Widths that end on every kind of tail: one sample, just under and over a
 // vector of every level, and long rows.
 inline constexpr int kTestWidths[] = {1, 3, 15, 17, 31, 33, 63, 65, 127, 129, 1000};
