@@ -44,15 +44,15 @@ int8_t otsu_16u(const img& im, const lum_rect& rect, int32_t* threshold) {
     LUM_CHECK(require_initialised(&im, &stretched));
     if (im.width > stretched.width || im.height > stretched.height) return beyond_image;
     const prim::Size samples{im.width * static_cast<int32_t>(im.channels), im.height};
-    LUM_CHECK(map_status(prim::scale_16u16u_c1r(static_cast<const uint16_t*>(im.frame_buf), step_of(im),
-                                                static_cast<uint16_t*>(stretched.frame_buf), step_of(stretched),
-                                                samples, a, b)));
+    LUM_CHECK(map_status(prim::scale<uint16_t, uint16_t>(static_cast<const uint16_t*>(im.frame_buf), step_of(im),
+                                                         static_cast<uint16_t*>(stretched.frame_buf),
+                                                         step_of(stretched), samples, a, b)));
 
     LUM_CHECK(require_initialised(&stretched, &narrowed));
     if (stretched.channels != narrowed.channels) return bad_channels;
-    LUM_CHECK(map_status(prim::convert_16u8u_c1r(static_cast<const uint16_t*>(stretched.frame_buf),
-                                                 step_of(stretched), static_cast<uint8_t*>(narrowed.frame_buf),
-                                                 step_of(narrowed), samples)));
+    LUM_CHECK(map_status(prim::convert<uint16_t, uint8_t>(static_cast<const uint16_t*>(stretched.frame_buf),
+                                                          step_of(stretched), static_cast<uint8_t*>(narrowed.frame_buf),
+                                                          step_of(narrowed), samples, prim::round_nearest)));
 
     uint8_t t8 = 0;
     LUM_CHECK(map_status(prim::otsu_threshold_8u_c1(static_cast<const uint8_t*>(narrowed.frame_buf),

@@ -124,6 +124,30 @@ int constant(const T* s, int s_step, T* d, int d_step, Size size, const T* value
     return st_ok;
 }
 
+template <class T, class Op>
+int binary_clamped(const T* a, int a_step, const T* b, int b_step, T* d, int d_step, Size size, T top) {
+    if (!a || !b || !d) return st_null;
+    if (empty_region(size)) return st_size;
+    const simd::vec<T> high = simd::splat(top);
+    for (int y = 0; y < size.height; ++y)
+        binary_row(row_at(a, a_step, y), row_at(b, b_step, y), row_at(d, d_step, y), size.width,
+                   [high](simd::vec<T> x, simd::vec<T> z) { return simd::min(lanes_of_op<Op>{}(x, z), high); });
+    return st_ok;
+}
+
+template <class T, class Op>
+int constant_clamped(const T* s, int s_step, T* d, int d_step, Size size, const T* values, int channels, T top) {
+    if (!s || !d || !values) return st_null;
+    if (empty_region(size)) return st_size;
+    simd::vec<T> k[3];
+    channel_constants(values, channels, k);
+    const simd::vec<T> high = simd::splat(top);
+    for (int y = 0; y < size.height; ++y)
+        constant_row(row_at(s, s_step, y), row_at(d, d_step, y), size.width, k,
+                     [high](simd::vec<T> x, simd::vec<T> c) { return simd::min(lanes_of_op<Op>{}(x, c), high); });
+    return st_ok;
+}
+
 template <class T>
 int divide(const T* divisor, int divisor_step, T* d, int d_step, Size size) {
     if (!divisor || !d) return st_null;
@@ -190,6 +214,8 @@ LUM_EVERY_INTEGER(constant, op::add)
 LUM_EVERY_INTEGER(constant, op::sub)
 LUM_EVERY_INTEGER(constant, op::rsub)
 LUM_EVERY_INTEGER(constant, op::min)
+LUM_EVERY_INTEGER(binary_clamped, op::add)
+LUM_EVERY_INTEGER(constant_clamped, op::add)
 LUM_INSTANTIATE(divide, uint8_t)
 LUM_INSTANTIATE(divide, uint16_t)
 LUM_INSTANTIATE(divide, float)

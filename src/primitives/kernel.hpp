@@ -170,4 +170,29 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
         for (int i = 0; i < L; ++i) k[v][i] = channels == 3 ? c[(v * L + i) % 3] : c[0];
 }
 
+// ---- rows of three interleaved channels
+
+// d[i] = op(s[i], j) over vectors of lanes<W> samples, j the vector's place
+// (0, 1 or 2) in the period of three vectors after which the channels of
+// three interleaved samples repeat: an op picks its per-channel constants by
+// j (for one channel all three are the same). The tail continues the count.
+template <class W, class S, class D, class Op>
+inline void channel_row(const S* s, D* d, int n, const Op& op) {
+    using VS = simd::lanes_of<S, W>;
+    constexpr int L = simd::lanes<W>;
+    int x = 0;
+    for (; x + 3 * L <= n; x += 3 * L) {
+        const auto r0 = op(simd::load_as<VS>(s + x), 0);
+        const auto r1 = op(simd::load_as<VS>(s + x + L), 1);
+        const auto r2 = op(simd::load_as<VS>(s + x + 2 * L), 2);
+        simd::store(d + x, r0);
+        simd::store(d + x + L, r1);
+        simd::store(d + x + 2 * L, r2);
+    }
+    for (int j = 0; x < n; x += L, ++j) {
+        const int m = n - x;
+        simd::store_first(d + x, op(simd::load_first<VS>(s + x, m), j), m);
+    }
+}
+
 }  // namespace lum::prim::LUM_ISA
