@@ -3,7 +3,7 @@
 // the precision's lanes (float for bytes, double otherwise), and the channel
 // constants of a part follow from its place in the three-vector period of
 // channel_row. Per 64 bytes on AVX-512: one subtraction, four widen-multiply-
-// round-narrow chains, a compare and select per patch and one minimum.
+// round chains, one pack, a compare and select per patch and one minimum.
 #include "primitives/arith_const.hpp"
 #include "primitives/kernel.hpp"
 
@@ -37,10 +37,17 @@ struct channel_lanes {
     }
 };
 
-// Products of the K parts of v, each part's result from part_product<k>, joined in order.
-template <int K, class F, size_t... k>
-inline auto products(const F& part_product, std::index_sequence<k...>) {
-    return simd::join_parts(part_product(std::integral_constant<int, int(k)>{})...);
+// The K parts' int32 results packed with saturation into one vector of T
+// (four parts of float lanes for bytes; four of double lanes, half vectors of
+// int32 joined in pairs, for 16-bit samples).
+template <class T, class I>
+inline simd::vec<T> packed(I p0, I p1, I p2, I p3) {
+    if constexpr (sizeof(I) == simd::kBytes) return simd::pack_sat<T>(p0, p1, p2, p3);
+    else return simd::pack_sat<T>(simd::join(p0, p1), simd::join(p2, p3));
+}
+template <class T, class F, size_t... k>
+inline simd::vec<T> products(const F& part_product, std::index_sequence<k...>) {
+    return packed<T>(part_product(std::integral_constant<int, int(k)>{})...);
 }
 
 template <class T>
@@ -60,9 +67,9 @@ void multiply_rows(const T* src, int src_step, T* dst, int dst_step, Size size, 
         const channel_lanes<uint8_t> offset(plan.offset, plan.channels);
         auto product = [&](V v, int j) {
             const V u = simd::sub_sat(v, offset.v[j]);
-            return products<K>([&](auto k) {
-                const auto p = simd::to_float(simd::part<K, decltype(k)::value>(u)) * factor.v[j][decltype(k)::value];
-                return simd::narrow_sat<uint8_t>(simd::round_even(p));
+            return products<uint8_t>([&](auto k) {
+                // Products stay below 2^22 (the plan's factors are below 2^14): no clamp before rounding.
+                return simd::round_even(simd::to_float(simd::part<K, decltype(k)::value>(u)) * factor.v[j][decltype(k)::value]);
             }, parts);
         };
         if (plan.patches == 0) {
@@ -81,16 +88,17 @@ void multiply_rows(const T* src, int src_step, T* dst, int dst_step, Size size, 
         });
     } else if constexpr (sizeof(T) == 2) {
         rows([&](V v, int j) {
-            return simd::min(products<K>([&](auto k) {
-                return simd::to_unsigned<T>(simd::to_double(simd::part<K, decltype(k)::value>(v)) * factor.v[j][decltype(k)::value]);
+            return simd::min(products<T>([&](auto k) {
+                return simd::round_for<T>(simd::to_double(simd::part<K, decltype(k)::value>(v)) * factor.v[j][decltype(k)::value]);
             }, parts), top);
         });
     } else {
         rows([&](V v, int j) {
-            return products<K>([&](auto k) {
+            const auto product = [&](auto k) {
                 const auto p = simd::to_double(simd::part<K, decltype(k)::value>(v)) * factor.v[j][decltype(k)::value];
                 return __builtin_convertvector(p, simd::lanes_of<float, double>);
-            }, parts);
+            };
+            return simd::join(product(std::integral_constant<int, 0>{}), product(std::integral_constant<int, 1>{}));
         });
     }
 }

@@ -1,6 +1,6 @@
-// Format conversion kernels: one unary row loop per pair of sample types,
-// stepping by the lanes of the wider type. Widening is a zero extension,
-// narrowing a saturating pack, floats go through the rounding conversion.
+// Format conversion kernels: one row loop per pair of sample types. Widening
+// is a zero extension, narrowing a saturating pack of two or four vectors into
+// one, floats go through the rounding conversion first.
 #include "primitives/convert.hpp"
 #include "primitives/kernel.hpp"
 
@@ -11,20 +11,27 @@ int convert(const S* src, int src_step, D* dst, int dst_step, Size size, int rou
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
     if (rounding != round_zero && rounding != round_nearest) return st_bad_arg;
+    constexpr int K = simd::lanes<D> / simd::lanes<std::conditional_t<std::is_floating_point_v<S>, float, S>>;
+    using V = simd::vec<S>;
     for (int y = 0; y < size.height; ++y) {
         const S* s = row_at(src, src_step, y);
         D* d = row_at(dst, dst_step, y);
         if constexpr (std::is_floating_point_v<S>) {
-            using V = simd::lanes_of<S, S>;
-            using F = simd::vec<float>;
+            static_assert(K == 4, "floats to bytes");
             if (rounding == round_nearest) {
-                unary_row<float>(s, d, size.width, [](V v) { return simd::to_unsigned<D>(v); });
+                packing_row<float>(s, d, size.width, [](const V (&p)[K]) {
+                    return simd::pack_sat<D>(simd::round_for<D>(p[0]), simd::round_for<D>(p[1]), simd::round_for<D>(p[2]),
+                                             simd::round_for<D>(p[3]));
+                });
             } else {
                 // Truncation of the lanes clamped to D's range (NaN to 0 by the first clamp).
                 constexpr float top = static_cast<float>(max_value<D>());
-                unary_row<float>(s, d, size.width, [](V v) {
-                    const F low = v > F{} ? v : F{};
-                    return simd::narrow_sat<D>(simd::convert<int32_t>(low < top ? low : F{} + top));
+                auto truncated = [](V v) {
+                    const V low = v > V{} ? v : V{};
+                    return simd::convert<int32_t>(low < top ? low : V{} + top);
+                };
+                packing_row<float>(s, d, size.width, [truncated](const V (&p)[K]) {
+                    return simd::pack_sat<D>(truncated(p[0]), truncated(p[1]), truncated(p[2]), truncated(p[3]));
                 });
             }
         } else if constexpr (std::is_floating_point_v<D>) {
@@ -32,7 +39,7 @@ int convert(const S* src, int src_step, D* dst, int dst_step, Size size, int rou
         } else if constexpr (sizeof(D) > sizeof(S)) {
             unary_row(s, d, size.width, [](simd::lanes_of<S, D> v) { return simd::widen<D>(v); });
         } else {
-            unary_row(s, d, size.width, [](simd::vec<S> v) { return simd::narrow_sat<D>(v); });
+            packing_row<S>(s, d, size.width, [](const V (&p)[2]) { return simd::pack_sat<D>(p[0], p[1]); });
         }
     }
     return st_ok;

@@ -77,6 +77,28 @@ inline void store_one(T* p, T v) {
 
 // ---- row loops
 
+// The samples a row loop writes with partial stores before d reaches the
+// alignment of a whole store of Lanes samples (fewer than Lanes; none when d
+// is there already or does not start on a whole sample): stores that never
+// straddle two cache lines keep the memory-bound loops at full speed.
+template <int Lanes, class D>
+inline int head_to_aligned_store(const D* d, int n) {
+    constexpr int bytes = Lanes * static_cast<int>(sizeof(D)) < simd::kBytes ? Lanes * static_cast<int>(sizeof(D))
+                                                                             : simd::kBytes;
+    const int off = static_cast<int>(reinterpret_cast<uintptr_t>(d) & uintptr_t(bytes - 1));
+    const int head = off == 0 || off % static_cast<int>(sizeof(D)) != 0 ? 0 : (bytes - off) / static_cast<int>(sizeof(D));
+    return head < n ? head : n;
+}
+
+// Which of the three vectors of a channel period (starting at samples 0, L
+// and 2L of a row) has its first sample on the same channel as sample x.
+template <int L>
+inline int place_of_phase(int x) {
+    const int phase = x % 3;
+    return phase == 0 ? 0 : phase == L % 3 ? 1 : 2;
+}
+
+
 // The widest of several sample types: a row loop steps by its lanes, and the
 // narrower types move part of a vector per step.
 template <class T, class... U>
@@ -99,22 +121,23 @@ inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op) {
     using VA = simd::lanes_of<A, Wide>;
     using VB = simd::lanes_of<B, Wide>;
     constexpr int L = simd::lanes<Wide>;
-    int x = 0;
-    for (; x + 2 * L <= n; x += 2 * L) {
-        const auto r0 = op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
-        const auto r1 = op(simd::load_as<VA>(a + x + L), simd::load_as<VB>(b + x + L));
-        simd::store(d + x, r0);
-        simd::store(d + x + L, r1);
-    }
-    for (; x < n; x += L) {
-        const int k = n - x;
+    auto partial = [&](int x, int k) {
         const VA va = simd::load_first<VA>(a + x, k);
         const VB vb = simd::load_first<VB>(b + x, k);
         if constexpr (std::is_invocable_v<Op, VA, VB, int>)
             simd::store_first(d + x, op(va, vb, k), k);
         else
             simd::store_first(d + x, op(va, vb), k);
+    };
+    int x = head_to_aligned_store<L>(d, n);
+    if (x > 0) partial(0, x);
+    for (; x + 2 * L <= n; x += 2 * L) {
+        const auto r0 = op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
+        const auto r1 = op(simd::load_as<VA>(a + x + L), simd::load_as<VB>(b + x + L));
+        simd::store(d + x, r0);
+        simd::store(d + x + L, r1);
     }
+    for (; x < n; x += L) partial(x, n - x < L ? n - x : L);
 }
 
 // d[i] = op(s[i]) for i < n, S and D of any widths (as binary_row).
@@ -123,21 +146,22 @@ inline void unary_row(const S* s, D* d, int n, const Op& op) {
     using Wide = std::conditional_t<std::is_void_v<W>, typename widest<S, D>::type, W>;
     using VS = simd::lanes_of<S, Wide>;
     constexpr int L = simd::lanes<Wide>;
-    int x = 0;
+    auto partial = [&](int x, int k) {
+        const VS vs = simd::load_first<VS>(s + x, k);
+        if constexpr (std::is_invocable_v<Op, VS, int>)
+            simd::store_first(d + x, op(vs, k), k);
+        else
+            simd::store_first(d + x, op(vs), k);
+    };
+    int x = head_to_aligned_store<L>(d, n);
+    if (x > 0) partial(0, x);
     for (; x + 2 * L <= n; x += 2 * L) {
         const auto r0 = op(simd::load_as<VS>(s + x));
         const auto r1 = op(simd::load_as<VS>(s + x + L));
         simd::store(d + x, r0);
         simd::store(d + x + L, r1);
     }
-    for (; x < n; x += L) {
-        const int k = n - x;
-        const VS vs = simd::load_first<VS>(s + x, k);
-        if constexpr (std::is_invocable_v<Op, VS, int>)
-            simd::store_first(d + x, op(vs, k), k);
-        else
-            simd::store_first(d + x, op(vs), k);
-    }
+    for (; x < n; x += L) partial(x, n - x < L ? n - x : L);
 }
 
 // d[i] = op(s[i], k[i % 3 × lanes ...]): the constants of three interleaved
@@ -146,18 +170,23 @@ inline void unary_row(const S* s, D* d, int n, const Op& op) {
 template <class T, class Op>
 inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], const Op& op) {
     constexpr int L = simd::lanes<T>;
-    int x = 0;
+    using V = simd::vec<T>;
+    int x = head_to_aligned_store<L>(d, n);
+    if (x > 0) simd::store_first(d, op(simd::load_first<V>(s, x), k[0]), x);
+    // After a head of x samples the vectors start at channel x % 3: the same three vectors, rotated.
+    const int first = place_of_phase<L>(x);
+    const V r[3] = {k[first], k[(first + 1) % 3], k[(first + 2) % 3]};
     for (; x + 3 * L <= n; x += 3 * L) {
-        const auto r0 = op(simd::load(s + x), k[0]);
-        const auto r1 = op(simd::load(s + x + L), k[1]);
-        const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
+        const auto r0 = op(simd::load(s + x), r[0]);
+        const auto r1 = op(simd::load(s + x + L), r[1]);
+        const auto r2 = op(simd::load(s + x + 2 * L), r[2]);
         simd::store(d + x, r0);
         simd::store(d + x + L, r1);
         simd::store(d + x + 2 * L, r2);
     }
     for (int j = 0; x < n; x += L, ++j) {
         const int m = n - x;
-        simd::store_first(d + x, op(simd::load_first<simd::vec<T>>(s + x, m), k[j]), m);
+        simd::store_first(d + x, op(simd::load_first<V>(s + x, m), r[j]), m);
     }
 }
 
@@ -170,26 +199,58 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
         for (int i = 0; i < L; ++i) k[v][i] = channels == 3 ? c[(v * L + i) % 3] : c[0];
 }
 
+// ---- packing rows
+
+// d[i] = op(parts) for narrowing work: each step writes one whole vector of D
+// from K = lanes<D> / lanes<M> parts, vectors of lanes<M> source samples each
+// (M the type the op computes in), so that the op narrows all of them with one
+// pack (simd::pack_sat) instead of one narrowing per part. Parts past the end
+// of the row hold 0.
+template <class M, class S, class D, class Op>
+inline void packing_row(const S* s, D* d, int n, const Op& op) {
+    constexpr int L = simd::lanes<D>, P = simd::lanes<M>, K = L / P;
+    static_assert(K >= 1 && K * P == L);
+    using VS = simd::lanes_of<S, M>;
+    VS part[K];
+    auto partial = [&](int x, int m) {
+        for (int k = 0; k < K; ++k) {
+            const int valid = m - k * P < P ? m - k * P : P;
+            part[k] = valid > 0 ? simd::load_first<VS>(s + x + k * P, valid) : VS{};
+        }
+        simd::store_first(d + x, op(part), m);
+    };
+    int x = head_to_aligned_store<L>(d, n);
+    if (x > 0) partial(0, x);
+    for (; x + L <= n; x += L) {
+        for (int k = 0; k < K; ++k) part[k] = simd::load_as<VS>(s + x + k * P);
+        simd::store(d + x, op(part));
+    }
+    if (x < n) partial(x, n - x);
+}
+
 // ---- rows of three interleaved channels
 
-// d[i] = op(s[i], j) over vectors of lanes<W> samples, j the vector's place
-// (0, 1 or 2) in the period of three vectors after which the channels of
-// three interleaved samples repeat: an op picks its per-channel constants by
-// j (for one channel all three are the same). The tail continues the count.
+// d[i] = op(s[i], j) over vectors of lanes<W> samples, j the place (0, 1 or
+// 2) in the period of three vectors after which the channels of three
+// interleaved samples repeat: the vector's first sample is on the channel of
+// sample j × lanes of the row. An op picks its per-channel constants by j (for
+// one channel all three are the same).
 template <class W, class S, class D, class Op>
 inline void channel_row(const S* s, D* d, int n, const Op& op) {
     using VS = simd::lanes_of<S, W>;
     constexpr int L = simd::lanes<W>;
-    int x = 0;
+    int x = head_to_aligned_store<L>(d, n);
+    if (x > 0) simd::store_first(d, op(simd::load_first<VS>(s, x), 0), x);
+    const int first = place_of_phase<L>(x), second = (first + 1) % 3, third = (first + 2) % 3;
     for (; x + 3 * L <= n; x += 3 * L) {
-        const auto r0 = op(simd::load_as<VS>(s + x), 0);
-        const auto r1 = op(simd::load_as<VS>(s + x + L), 1);
-        const auto r2 = op(simd::load_as<VS>(s + x + 2 * L), 2);
+        const auto r0 = op(simd::load_as<VS>(s + x), first);
+        const auto r1 = op(simd::load_as<VS>(s + x + L), second);
+        const auto r2 = op(simd::load_as<VS>(s + x + 2 * L), third);
         simd::store(d + x, r0);
         simd::store(d + x + L, r1);
         simd::store(d + x + 2 * L, r2);
     }
-    for (int j = 0; x < n; x += L, ++j) {
+    for (int j = first; x < n; x += L, j = (j + 1) % 3) {
         const int m = n - x;
         simd::store_first(d + x, op(simd::load_first<VS>(s + x, m), j), m);
     }

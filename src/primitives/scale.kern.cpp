@@ -1,7 +1,8 @@
-// Linear scaling: one unary row loop per pair of sample types. Integer
-// destinations step by the lanes of float (widen, convert, multiply, add,
-// clamp, round, narrow); float destinations by the lanes of double, so that
-// the product and the sum are rounded once, to float, at the end.
+// Linear scaling: one row loop per pair of sample types. Integer destinations
+// compute in float lanes (widen, convert, multiply, add, clamp, round) and pack
+// two or four vectors into one whole vector of samples; float destinations
+// compute in double lanes, so that the product and the sum are rounded once,
+// to float, at the end.
 #include "primitives/kernel.hpp"
 #include "primitives/scale.hpp"
 
@@ -16,6 +17,13 @@ inline auto as_float(V v) {
     else return simd::to_float(v);
 }
 
+// Samples as 32-bit lanes, integers widened (for conversion to double).
+template <class V>
+inline auto as_32_bits(V v) {
+    if constexpr (sizeof(simd::element_t<V>) == 4) return v;
+    else return (simd::lanes_of<int32_t, float>)simd::widen<uint32_t>(v);
+}
+
 }  // namespace
 
 template <class S, class D>
@@ -23,22 +31,40 @@ int scale(const S* src, int src_step, D* dst, int dst_step, Size size, double a,
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
     if constexpr (std::is_floating_point_v<D>) {
-        using V = simd::vec<double>;
-        const V av = V{} + a, bv = V{} + b;
-        for (int y = 0; y < size.height; ++y)
-            unary_row<double>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
-                              [av, bv](simd::lanes_of<S, double> s) {
-                                  return __builtin_convertvector(simd::to_double(s) * av + bv,
-                                                                 simd::lanes_of<float, double>);
-                              });
-    } else {
-        using V = simd::vec<float>;
-        const V av = V{} + static_cast<float>(a), bv = V{} + static_cast<float>(b);
+        // Single precision gives the same bits for every sample when b is ±0
+        // and a a float (either way the exact product is rounded once to
+        // float), or when a is 1 and b a float (a sum of two floats rounded
+        // through double equals the sum rounded once: 53 ≥ 2 × 24 + 2).
+        if ((b == 0.0 && double(float(a)) == a) || (a == 1.0 && double(float(b)) == b)) {
+            const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
+            for (int y = 0; y < size.height; ++y)
+                unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                                 [av, bv](simd::lanes_of<S, float> s) { return as_float(s) * av + bv; });
+            return st_ok;
+        }
+        // Two halves in double lanes, stored as one whole vector of floats.
+        const auto av = simd::splat(a), bv = simd::splat(b);
+        auto half = [av, bv](auto s) {
+            return __builtin_convertvector(simd::to_double(s) * av + bv, simd::lanes_of<float, double>);
+        };
         for (int y = 0; y < size.height; ++y)
             unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
-                             [av, bv](simd::lanes_of<S, float> s) {
-                                 return simd::to_unsigned<D>(as_float(s) * av + bv);
+                             [half](simd::lanes_of<S, float> s) {
+                                 const auto w = as_32_bits(s);
+                                 return simd::join(half(simd::part<2, 0>(w)), half(simd::part<2, 1>(w)));
                              });
+    } else {
+        const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
+        constexpr int K = simd::lanes<D> / simd::lanes<float>;
+        auto rounded = [av, bv](auto s) { return simd::round_for<D>(as_float(s) * av + bv); };
+        for (int y = 0; y < size.height; ++y)
+            packing_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                               [rounded](const simd::lanes_of<S, float> (&s)[K]) {
+                                   if constexpr (K == 4)
+                                       return simd::pack_sat<D>(rounded(s[0]), rounded(s[1]), rounded(s[2]), rounded(s[3]));
+                                   else
+                                       return simd::pack_sat<D>(rounded(s[0]), rounded(s[1]));
+                               });
     }
     return st_ok;
 }

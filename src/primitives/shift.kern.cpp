@@ -31,7 +31,8 @@ int shift(const S* src, int src_step, D* dst, int dst_step, Size size, uint32_t 
         } else if constexpr (sizeof(S) < sizeof(D)) {
             unary_row<W>(s, d, size.width, [shifted](VS v) { return shifted(simd::widen<W>(v)); });
         } else if constexpr (sizeof(S) > sizeof(D)) {
-            unary_row<W>(s, d, size.width, [shifted](VS v) { return simd::narrow_sat<D>(shifted(v)); });
+            packing_row<S>(s, d, size.width,
+                           [shifted](const VS (&p)[2]) { return simd::pack_sat<D>(shifted(p[0]), shifted(p[1])); });
         } else {
             unary_row<W>(s, d, size.width, shifted);
         }

@@ -82,7 +82,9 @@ inline void store(void* p, V v) {
 }
 template <class T>
 inline vec<T> splat(T value) {
-    return vec<T>{} + value;
+    vec<T> v;  // lane by lane, not 0 + value: a float -0 keeps its sign
+    for (int i = 0; i < lanes<T>; ++i) v[i] = value;
+    return v;
 }
 
 #if defined(__AVX512BW__)
@@ -512,13 +514,29 @@ inline void interleave3(V c0, V c1, V c2, V& a, V& b, V& c) {
 
 // ---- arithmetic family: double lanes, byte tables
 
-// Integer or float lanes as doubles (integers exactly, floats exactly).
+// Unsigned 8- or 16-bit, int32 or float lanes as doubles (exactly). The
+// conversions of whole registers are spelled out: GCC 12 takes a vector
+// conversion to twice the width apart into halves.
 template <class V>
 inline auto to_double(V v) {
     using T = element_t<V>;
     constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
-    if constexpr (std::is_same_v<T, float>) return __builtin_convertvector(v, vec<double, 8 * n>);
-    else return __builtin_convertvector((vec<int32_t, 4 * n>)widen<uint32_t>(v), vec<double, 8 * n>);
+    using R = vec<double, 8 * n>;
+    if constexpr (sizeof(T) < 4) {
+        return to_double((vec<int32_t, 4 * n>)widen<uint32_t>(v));
+    } else {
+        static_assert(std::is_same_v<T, float> || std::is_same_v<T, int32_t>);
+        [[maybe_unused]] constexpr bool floats = std::is_same_v<T, float>;
+#if defined(__AVX512F__)
+        if constexpr (sizeof(R) == 64 && floats) return (R)_mm512_cvtps_pd((__m256)v);
+        if constexpr (sizeof(R) == 64 && !floats) return (R)_mm512_cvtepi32_pd((__m256i)v);
+#endif
+#if defined(__AVX__)
+        if constexpr (sizeof(R) == 32 && floats) return (R)_mm256_cvtps_pd((__m128)v);
+        if constexpr (sizeof(R) == 32 && !floats) return (R)_mm256_cvtepi32_pd((__m128i)v);
+#endif
+        return __builtin_convertvector(v, R);
+    }
 }
 
 // Double lanes to 32-bit integers, rounded to nearest with halves to even (the
@@ -541,16 +559,14 @@ inline auto round_even_double(V v) {
     return r;
 }
 
-// Float lanes stored as unsigned samples of type U: rounded half to even and
-// saturated, NaN giving 0 (as round_clamped then narrow_sat, in fewer steps:
-// the minimum with U's top keeps NaN, which converts to INT32_MIN, and the
-// narrowing raises that to 0 like every other negative lane).
-// Double lanes work the same way.
+// Float (or double) lanes rounded half to even to int32 lanes ready to be
+// narrowed to U: lanes above U's maximum give the maximum, NaN gives INT32_MIN,
+// which the saturating narrowing raises to 0 like every other negative lane.
 template <class U, class V>
-inline auto to_unsigned(V v) {
+inline auto round_for(V v) {
     constexpr bool wide = std::is_same_v<element_t<V>, double>;
     const V top = V{} + static_cast<element_t<V>>(U(~U{0}));
-    V low = v;
+    V low = v;  // the minimum with top first keeps NaN
 #if defined(__AVX512F__)
     if constexpr (sizeof(V) == 64 && wide) low = (V)_mm512_min_pd((__m512d)top, (__m512d)v);
     if constexpr (sizeof(V) == 64 && !wide) low = (V)_mm512_min_ps((__m512)top, (__m512)v);
@@ -564,8 +580,66 @@ inline auto to_unsigned(V v) {
     if constexpr (sizeof(V) == 16 && !wide) low = (V)_mm_min_ps((__m128)top, (__m128)v);
 #endif
     if constexpr (sizeof(V) < 16) low = top < v ? top : v;
-    if constexpr (wide) return narrow_sat<U>(round_even_double(low));
-    else return narrow_sat<U>(round_even(low));
+    if constexpr (wide) return round_even_double(low);
+    else return round_even(low);
+}
+
+// Float or double lanes stored as unsigned samples of type U: rounded half to
+// even and saturated, NaN giving 0 (round_clamped then narrow_sat, in fewer steps).
+template <class U, class V>
+inline auto to_unsigned(V v) {
+    return narrow_sat<U>(round_for<U>(v));
+}
+
+// Whole vectors of int32 lanes (two for 16-bit U, four for bytes) or of
+// uint16 lanes (two, for bytes) narrowed with saturation into one whole
+// vector of U, lane order kept: one pack per pair where narrow_sat takes a
+// narrowing per vector (and would otherwise be merged into a slow narrowing
+// store).
+template <class U, class V>
+inline vec<U> pack_sat(V a, V b) {
+    using T = element_t<V>;
+    static_assert(sizeof(V) == kBytes && 2 * sizeof(U) == sizeof(T));
+    static_assert(std::is_same_v<T, int32_t> || std::is_same_v<T, uint16_t>);
+#if defined(__AVX512BW__)
+    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    if constexpr (std::is_same_v<T, int32_t>) {
+        return (vec<U>)_mm512_permutexvar_epi64(order, _mm512_packus_epi32((__m512i)a, (__m512i)b));
+    } else {
+        const __m512i top = _mm512_set1_epi16(255);  // the byte pack reads words as signed
+        return (vec<U>)_mm512_permutexvar_epi64(
+            order, _mm512_packus_epi16(_mm512_min_epu16((__m512i)a, top), _mm512_min_epu16((__m512i)b, top)));
+    }
+#elif defined(__AVX2__)
+    if constexpr (std::is_same_v<T, int32_t>) {
+        return (vec<U>)_mm256_permute4x64_epi64(_mm256_packus_epi32((__m256i)a, (__m256i)b), 0xD8);
+    } else {
+        const __m256i top = _mm256_set1_epi16(255);
+        return (vec<U>)_mm256_permute4x64_epi64(
+            _mm256_packus_epi16(_mm256_min_epu16((__m256i)a, top), _mm256_min_epu16((__m256i)b, top)), 0xD8);
+    }
+#else
+    return join(narrow_sat<U>(a), narrow_sat<U>(b));
+#endif
+}
+template <class U, class V>
+inline vec<U> pack_sat(V a, V b, V c, V d) {
+    static_assert(sizeof(V) == kBytes && sizeof(U) == 1 && std::is_same_v<element_t<V>, int32_t>);
+    // Signed packing to words first: lanes above 32767 stay above 255, negative lanes stay negative.
+#if defined(__AVX512BW__)
+    const __m512i bytes = _mm512_packus_epi16(_mm512_packs_epi32((__m512i)a, (__m512i)b),
+                                              _mm512_packs_epi32((__m512i)c, (__m512i)d));
+    return (vec<U>)_mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15),
+                                            bytes);
+#elif defined(__AVX2__)
+    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32((__m256i)a, (__m256i)b),
+                                              _mm256_packs_epi32((__m256i)c, (__m256i)d));
+    return (vec<U>)_mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+#elif defined(__SSE2__)
+    return (vec<U>)_mm_packus_epi16(_mm_packs_epi32((__m128i)a, (__m128i)b), _mm_packs_epi32((__m128i)c, (__m128i)d));
+#else
+    return join(join(narrow_sat<U>(a), narrow_sat<U>(b)), join(narrow_sat<U>(c), narrow_sat<U>(d)));
+#endif
 }
 
 // Part k of K equal parts of v's lanes, and K parts joined back in order.

@@ -1,6 +1,6 @@
 // Element-wise kernels: every processor variant against a plain scalar
-// reference on odd widths and steps at odd addresses, byte for byte, with the
-// bytes around each region left alone.
+// reference on odd widths and steps, at odd addresses and on whole samples,
+// byte for byte, with the bytes around each region left alone.
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -34,11 +34,12 @@ void expect_same(const Region<D>& got, const Region<D>& want, const char* what, 
 template <class A, class B, class D, class K, class R>
 void check(const char* what, K kernel, R ref, int expected_status = 0, uint32_t range = 0) {
     for_each_variant([&](int) {
-        for (int w : kTestWidths) {
-            Region<A> a(w, kRows, 1, range);
-            Region<B> b(w, kRows, 2, range);
+        for (int w : kTestWidths)
+        for (bool aligned : {false, true}) {
+            Region<A> a(w, kRows, 1, range, aligned);
+            Region<B> b(w, kRows, 2, range, aligned);
             if (expected_status != 0) a.set(0, 0, A(0));  // the sample that raises the warning
-            Region<D> got(w, kRows, 3, range), want = got;
+            Region<D> got(w, kRows, 3, range, aligned), want = got;
             ASSERT_EQ(kernel(a.data(), a.step, b.data(), b.step, got.data(), got.step, Size{w, kRows}), expected_status)
                 << what;
             for (int y = 0; y < kRows; ++y)

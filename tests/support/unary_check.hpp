@@ -1,6 +1,7 @@
 // The differential test of a kernel from one region into another: every
 // processor variant, every width of kTestWidths, source and destination at odd
-// addresses with odd steps, compared byte for byte (the bytes around the
+// addresses with odd steps and on whole samples (rows then start at every
+// alignment to a vector), compared byte for byte (the bytes around the
 // destination region included) with a plain scalar reference.
 #pragma once
 
@@ -16,9 +17,10 @@ template <class S, class D, class K, class R>
 void expect_unary_matches(const char* what, K kernel, R ref, uint32_t range = 0, bool in_place = false) {
     constexpr int rows = 3;
     for_each_variant([&](int) {
-        for (int w : kTestWidths) {
-            Region<S> s(w, rows, 11, range);
-            Region<D> got(w, rows, 12), want = got;
+        for (int w : kTestWidths)
+        for (bool aligned : {false, true}) {
+            Region<S> s(w, rows, 11, range, aligned);
+            Region<D> got(w, rows, 12, 0, aligned), want = got;
             if constexpr (sizeof(S) == sizeof(D)) {
                 if (in_place) got.bytes = want.bytes = std::vector<uint8_t>(s.bytes);
             }
