@@ -3,6 +3,9 @@
 // two or four vectors into one whole vector of samples; float destinations
 // compute in double lanes, so that the product and the sum are rounded once,
 // to float, at the end.
+#include <climits>
+#include <cmath>
+
 #include "primitives/kernel.hpp"
 #include "primitives/scale.hpp"
 
@@ -15,6 +18,26 @@ template <class V>
 inline auto as_float(V v) {
     if constexpr (std::is_floating_point_v<simd::element_t<V>>) return v;
     else return simd::to_float(v);
+}
+
+// Whether s × a + b is exact in double for every integer sample s of S, with
+// a and b floats: its bits then span at most 53 places, from the last
+// mantissa bit of a or b (samples are integers) to the larger magnitude and
+// one more for a carry. The double computation then rounds once, to float,
+// like a fused multiply-add in single precision.
+template <class S>
+bool exact_in_double(double a, double b) {
+    if (!std::isfinite(a) || !std::isfinite(b) || double(float(a)) != a || double(float(b)) != b) return false;
+    int low = INT_MAX, high = INT_MIN;
+    if (a != 0.0) {
+        low = std::ilogb(a) - 23;
+        high = std::ilogb(double(max_value<S>()) * std::fabs(a)) + 1;
+    }
+    if (b != 0.0) {
+        low = min_of(low, std::ilogb(b) - 23);
+        high = max_of(high, std::ilogb(b) + 1);
+    }
+    return low == INT_MAX || high - low + 1 <= 53;
 }
 
 // Samples as 32-bit lanes, integers widened (for conversion to double).
@@ -41,6 +64,17 @@ int scale(const S* src, int src_step, D* dst, int dst_step, Size size, double a,
                 unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
                                  [av, bv](simd::lanes_of<S, float> s) { return as_float(s) * av + bv; });
             return st_ok;
+        }
+        if constexpr (simd::has_fma && !std::is_floating_point_v<S>) {
+            if (exact_in_double<S>(a, b)) {
+                const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
+                for (int y = 0; y < size.height; ++y)
+                    unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                                     [av, bv](simd::lanes_of<S, float> s) {
+                                         return simd::fused_multiply_add(simd::to_float(s), av, bv);
+                                     });
+                return st_ok;
+            }
         }
         // Two halves in double lanes, stored as one whole vector of floats.
         const auto av = simd::splat(a), bv = simd::splat(b);

@@ -539,6 +539,28 @@ inline auto to_double(V v) {
     }
 }
 
+// Whether the level has fused multiply-add: a × b + c rounded once.
+#if defined(__FMA__)
+inline constexpr bool has_fma = true;
+#else
+inline constexpr bool has_fma = false;
+#endif
+
+// a × b + c of float lanes rounded once (only where has_fma).
+template <class V>
+inline V fused_multiply_add(V a, V b, V c) {
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (V)_mm512_fmadd_ps((__m512)a, (__m512)b, (__m512)c);
+#endif
+#if defined(__FMA__)
+    if constexpr (sizeof(V) == 32) return (V)_mm256_fmadd_ps((__m256)a, (__m256)b, (__m256)c);
+    if constexpr (sizeof(V) == 16) return (V)_mm_fmadd_ps((__m128)a, (__m128)b, (__m128)c);
+#endif
+    V r;
+    for (size_t k = 0; k < sizeof(V) / sizeof(a[0]); ++k) r[k] = __builtin_fmaf(a[k], b[k], c[k]);
+    return r;
+}
+
 // Double lanes to 32-bit integers, rounded to nearest with halves to even (the
 // processor's mode); lanes outside the int32 range or NaN give INT32_MIN.
 template <class V>

@@ -39,11 +39,12 @@ void check_pair(double a, double b) {
 
 TEST(ScaleKernels, EveryPairMatchesTheReference) {
     // Single-precision shortcuts of float destinations included: a float gain without offset (0.5, 1e30,
-    // -0.1f, an infinite one) and an offset without gain (1, -20.5).
+    // -0.1f, an infinite one), an offset without gain (1, -20.5), float gains and offsets whose sums are
+    // exact in double for integer samples (-0.5 and 300.25, 1e5 and -3e6) and one whose are not (3, 1e-30f).
     const std::pair<double, double> constants[] = {{1.7, -20.5}, {255.0 / 4095.0, 0.0}, {-0.5, 300.25}, {0.5, 0.0},
                                                    {100000.0, -3.0e6}, {1e30, 0.0}, {std::nan(""), 1.0},
                                                    {1.0, -20.5}, {double(-0.1f), -0.0}, {HUGE_VAL, 0.0},
-                                                   {1.0, 0.1}};
+                                                   {1.0, 0.1}, {3.0, double(1e-30f)}};
     for (auto [a, b] : constants) {
         SCOPED_TRACE(a);
         check_pair<uint8_t, uint8_t>(a, b);
