@@ -55,13 +55,22 @@ int lut(const T* src, int src_step, T* dst, int dst_step, Size size, const T* co
         }
     } else {
         const unsigned top = unsigned(last);
+        auto entry = [top](const T* s, const T* table) {
+            const unsigned i = load_one(s);
+            return load_one(table + (i < top ? i : top));
+        };
         for (int y = 0; y < size.height; ++y) {
             const T* s = row_at(src, src_step, y);
             T* d = row_at(dst, dst_step, y);
-            for (int x = 0, c = 0; x < size.width; ++x, c = c + 1 == count ? 0 : c + 1) {
-                const unsigned i = load_one(s + x);
-                store_one(d + x, load_one(tables[c] + (i < top ? i : top)));
+            if (count == 1) {
+                for (int x = 0; x < size.width; ++x) store_one(d + x, entry(s + x, tables[0]));
+                continue;
             }
+            // Three channels: whole pixels, then the samples of a last partial one.
+            int x = 0;
+            for (; x + 3 <= size.width; x += 3)
+                for (int c = 0; c < 3; ++c) store_one(d + x + c, entry(s + x + c, tables[c]));
+            for (int c = 0; x < size.width; ++x, ++c) store_one(d + x, entry(s + x, tables[c]));
         }
     }
     return st_ok;
