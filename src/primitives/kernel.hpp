@@ -77,28 +77,6 @@ inline void store_one(T* p, T v) {
 
 // ---- row loops
 
-// The samples a row loop writes with partial stores before d reaches the
-// alignment of a whole store of Lanes samples (fewer than Lanes; none when d
-// is there already or does not start on a whole sample): stores that never
-// straddle two cache lines keep the memory-bound loops at full speed.
-template <int Lanes, class D>
-inline int head_to_aligned_store(const D* d, int n) {
-    constexpr int bytes = Lanes * static_cast<int>(sizeof(D)) < simd::kBytes ? Lanes * static_cast<int>(sizeof(D))
-                                                                             : simd::kBytes;
-    const int off = static_cast<int>(reinterpret_cast<uintptr_t>(d) & uintptr_t(bytes - 1));
-    const int head = off == 0 || off % static_cast<int>(sizeof(D)) != 0 ? 0 : (bytes - off) / static_cast<int>(sizeof(D));
-    return head < n ? head : n;
-}
-
-// Which of the three vectors of a channel period (starting at samples 0, L
-// and 2L of a row) has its first sample on the same channel as sample x.
-template <int L>
-inline int place_of_phase(int x) {
-    const int phase = x % 3;
-    return phase == 0 ? 0 : phase == L % 3 ? 1 : 2;
-}
-
-
 // The widest of several sample types: a row loop steps by its lanes, and the
 // narrower types move part of a vector per step.
 template <class T, class... U>
@@ -110,83 +88,121 @@ struct widest<T, U, R...> {
     using type = typename widest<std::conditional_t<(sizeof(U) > sizeof(T)), U, T>, R...>::type;
 };
 
+// Where a row loop stores its full vectors. Destinations larger than the
+// caches are written with streaming stores: the lines go to memory without
+// being read first, and the sources stay in cache. Smaller ones stay cached
+// for the next operation.
+using cached_stores = std::false_type;
+using streaming_stores = std::true_type;
+inline constexpr int64_t kStreamingBytes = int64_t{4} << 20;
+
+// Calls body(cached_stores{}) or body(streaming_stores{}) by the destination's size in bytes.
+template <class Body>
+inline auto with_stores_for(int64_t destination_bytes, Body&& body) {
+    if (destination_bytes >= kStreamingBytes) return body(streaming_stores{});
+    return body(cached_stores{});
+}
+
+// Elements of D before d + x reaches the alignment a streaming store of V
+// needs, or -1 when d cannot reach it (an element off its own boundary).
+template <class V, class D>
+inline int elements_to_alignment(const D* d) {
+    const auto address = reinterpret_cast<uintptr_t>(d);
+    if (address % sizeof(D) != 0) return -1;
+    return static_cast<int>(((sizeof(V) - address % sizeof(V)) % sizeof(V)) / sizeof(D));
+}
+
+// Runs chunk(x, k) over [0, n) in steps of L elements (k < L only at the
+// ends), full steps as chunk(x, L) through store(x, value) targets: the
+// shared skeleton of every row loop. With streaming stores the first steps
+// are shortened until the destination is aligned, and a fence ends the row.
+template <int L, class V, class D, class Stream, class Compute>
+inline void row_steps(D* d, int n, Stream, const Compute& compute) {
+    int x = 0;
+    if constexpr (Stream::value) {
+        const int head = elements_to_alignment<V>(d);
+        if (head >= 0 && n - head >= 2 * L) {
+            if (head > 0) simd::store_first(d, compute(0, head), head);
+            for (x = head; x + L <= n; x += L) simd::stream(d + x, compute(x, L));
+            for (; x < n; x += L) simd::store_first(d + x, compute(x, n - x), n - x);
+            return;
+        }
+    }
+    for (; x + 2 * L <= n; x += 2 * L) {
+        const auto r0 = compute(x, L);
+        const auto r1 = compute(x + L, L);
+        simd::store(d + x, r0);
+        simd::store(d + x + L, r1);
+    }
+    for (; x < n; x += L) simd::store_first(d + x, compute(x, n - x), n - x);
+}
+
 // d[i] = op(a[i], b[i]) for i < n; op takes a vector of each source and
 // returns one of the destination, all of lanes<W> elements (W the widest
-// sample type unless given). d may be a or b (in place). The tail's unused
-// lanes hold 0; an op that also takes the count of valid lanes gets it there
-// (ops that gather flags over the lanes need it).
-template <class W = void, class A, class B, class D, class Op>
-inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op) {
+// sample type unless given). d may be a or b (in place). The unused lanes of
+// a partial step hold 0; an op that also takes the count of valid lanes gets
+// it there (ops that gather flags over the lanes need it).
+template <class W = void, class A, class B, class D, class Op, class Stream = cached_stores>
+inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op, Stream stream = {}) {
     using Wide = std::conditional_t<std::is_void_v<W>, typename widest<A, B, D>::type, W>;
     using VA = simd::lanes_of<A, Wide>;
     using VB = simd::lanes_of<B, Wide>;
     constexpr int L = simd::lanes<Wide>;
-    auto partial = [&](int x, int k) {
+    row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
+        if (k == L) return op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
         const VA va = simd::load_first<VA>(a + x, k);
         const VB vb = simd::load_first<VB>(b + x, k);
-        if constexpr (std::is_invocable_v<Op, VA, VB, int>)
-            simd::store_first(d + x, op(va, vb, k), k);
-        else
-            simd::store_first(d + x, op(va, vb), k);
-    };
-    int x = head_to_aligned_store<L>(d, n);
-    if (x > 0) partial(0, x);
-    for (; x + 2 * L <= n; x += 2 * L) {
-        const auto r0 = op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
-        const auto r1 = op(simd::load_as<VA>(a + x + L), simd::load_as<VB>(b + x + L));
-        simd::store(d + x, r0);
-        simd::store(d + x + L, r1);
-    }
-    for (; x < n; x += L) partial(x, n - x < L ? n - x : L);
+        if constexpr (std::is_invocable_v<Op, VA, VB, int>) return op(va, vb, k);
+        else return op(va, vb);
+    });
 }
 
 // d[i] = op(s[i]) for i < n, S and D of any widths (as binary_row).
-template <class W = void, class S, class D, class Op>
-inline void unary_row(const S* s, D* d, int n, const Op& op) {
+template <class W = void, class S, class D, class Op, class Stream = cached_stores>
+inline void unary_row(const S* s, D* d, int n, const Op& op, Stream stream = {}) {
     using Wide = std::conditional_t<std::is_void_v<W>, typename widest<S, D>::type, W>;
     using VS = simd::lanes_of<S, Wide>;
     constexpr int L = simd::lanes<Wide>;
-    auto partial = [&](int x, int k) {
+    row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
+        if (k == L) return op(simd::load_as<VS>(s + x));
         const VS vs = simd::load_first<VS>(s + x, k);
-        if constexpr (std::is_invocable_v<Op, VS, int>)
-            simd::store_first(d + x, op(vs, k), k);
-        else
-            simd::store_first(d + x, op(vs), k);
-    };
-    int x = head_to_aligned_store<L>(d, n);
-    if (x > 0) partial(0, x);
-    for (; x + 2 * L <= n; x += 2 * L) {
-        const auto r0 = op(simd::load_as<VS>(s + x));
-        const auto r1 = op(simd::load_as<VS>(s + x + L));
-        simd::store(d + x, r0);
-        simd::store(d + x + L, r1);
-    }
-    for (; x < n; x += L) partial(x, n - x < L ? n - x : L);
+        if constexpr (std::is_invocable_v<Op, VS, int>) return op(vs, k);
+        else return op(vs);
+    });
 }
 
 // d[i] = op(s[i], k[i % 3 × lanes ...]): the constants of three interleaved
 // channels repeat every three vectors, so k holds three vectors that start
 // at channel 0, at the channel that follows one vector, and after two.
-template <class T, class Op>
-inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], const Op& op) {
+template <class T, class Op, class Stream = cached_stores>
+inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], const Op& op, Stream = {}) {
     constexpr int L = simd::lanes<T>;
-    using V = simd::vec<T>;
-    int x = head_to_aligned_store<L>(d, n);
-    if (x > 0) simd::store_first(d, op(simd::load_first<V>(s, x), k[0]), x);
-    // After a head of x samples the vectors start at channel x % 3: the same three vectors, rotated.
-    const int first = place_of_phase<L>(x);
-    const V r[3] = {k[first], k[(first + 1) % 3], k[(first + 2) % 3]};
+    int x = 0;
+    if constexpr (Stream::value) {
+        // The constants' phase follows the sample index, so the loop keeps its
+        // three-vector step and streams when the row happens to be aligned.
+        if (elements_to_alignment<simd::vec<T>>(d) == 0) {
+            for (; x + 3 * L <= n; x += 3 * L) {
+                const auto r0 = op(simd::load(s + x), k[0]);
+                const auto r1 = op(simd::load(s + x + L), k[1]);
+                const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
+                simd::stream(d + x, r0);
+                simd::stream(d + x + L, r1);
+                simd::stream(d + x + 2 * L, r2);
+            }
+        }
+    }
     for (; x + 3 * L <= n; x += 3 * L) {
-        const auto r0 = op(simd::load(s + x), r[0]);
-        const auto r1 = op(simd::load(s + x + L), r[1]);
-        const auto r2 = op(simd::load(s + x + 2 * L), r[2]);
+        const auto r0 = op(simd::load(s + x), k[0]);
+        const auto r1 = op(simd::load(s + x + L), k[1]);
+        const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
         simd::store(d + x, r0);
         simd::store(d + x + L, r1);
         simd::store(d + x + 2 * L, r2);
     }
     for (int j = 0; x < n; x += L, ++j) {
         const int m = n - x;
-        simd::store_first(d + x, op(simd::load_first<V>(s + x, m), r[j]), m);
+        simd::store_first(d + x, op(simd::load_first<simd::vec<T>>(s + x, m), k[j]), m);
     }
 }
 
@@ -199,6 +215,19 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
         for (int i = 0; i < L; ++i) k[v][i] = channels == 3 ? c[(v * L + i) % 3] : c[0];
 }
 
+// ---- rows of a region
+
+// Calls row(y, stores) for every row of a region whose destination samples
+// are D, with the stores with_stores_for picks for the region's size; streaming
+// stores are fenced before it returns.
+template <class D, class Row>
+inline void for_each_row(Size size, const Row& row) {
+    with_stores_for(int64_t{size.width} * size.height * int64_t(sizeof(D)), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) row(y, stores);
+        if (stores) simd::stream_fence();
+    });
+}
+
 // ---- packing rows
 
 // d[i] = op(parts) for narrowing work: each step writes one whole vector of D
@@ -206,54 +235,45 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
 // (M the type the op computes in), so that the op narrows all of them with one
 // pack (simd::pack_sat) instead of one narrowing per part. Parts past the end
 // of the row hold 0.
-template <class M, class S, class D, class Op>
-inline void packing_row(const S* s, D* d, int n, const Op& op) {
+template <class M, class S, class D, class Op, class Stream = cached_stores>
+inline void packing_row(const S* s, D* d, int n, const Op& op, Stream stream = {}) {
     constexpr int L = simd::lanes<D>, P = simd::lanes<M>, K = L / P;
     static_assert(K >= 1 && K * P == L);
     using VS = simd::lanes_of<S, M>;
-    VS part[K];
-    auto partial = [&](int x, int m) {
-        for (int k = 0; k < K; ++k) {
-            const int valid = m - k * P < P ? m - k * P : P;
-            part[k] = valid > 0 ? simd::load_first<VS>(s + x + k * P, valid) : VS{};
+    row_steps<L, simd::vec<D>>(d, n, stream, [&](int x, int k) {
+        VS part[K];
+        for (int j = 0; j < K; ++j) {
+            const int valid = k - j * P < P ? k - j * P : P;
+            part[j] = valid == P ? simd::load_as<VS>(s + x + j * P)
+                                 : valid > 0 ? simd::load_first<VS>(s + x + j * P, valid) : VS{};
         }
-        simd::store_first(d + x, op(part), m);
-    };
-    int x = head_to_aligned_store<L>(d, n);
-    if (x > 0) partial(0, x);
-    for (; x + L <= n; x += L) {
-        for (int k = 0; k < K; ++k) part[k] = simd::load_as<VS>(s + x + k * P);
-        simd::store(d + x, op(part));
-    }
-    if (x < n) partial(x, n - x);
+        return op(part);
+    });
 }
 
 // ---- rows of three interleaved channels
+
+// Which of the three vectors of a channel period (starting at samples 0, L
+// and 2L of a row) has its first sample on the same channel as sample x.
+template <int L>
+inline int place_of_phase(int x) {
+    const int phase = x % 3;
+    return phase == 0 ? 0 : phase == L % 3 ? 1 : 2;
+}
 
 // d[i] = op(s[i], j) over vectors of lanes<W> samples, j the place (0, 1 or
 // 2) in the period of three vectors after which the channels of three
 // interleaved samples repeat: the vector's first sample is on the channel of
 // sample j × lanes of the row. An op picks its per-channel constants by j (for
-// one channel all three are the same).
-template <class W, class S, class D, class Op>
-inline void channel_row(const S* s, D* d, int n, const Op& op) {
+// one channel all three are the same), so the steps may start anywhere.
+template <class W, class S, class D, class Op, class Stream = cached_stores>
+inline void channel_row(const S* s, D* d, int n, const Op& op, Stream stream = {}) {
     using VS = simd::lanes_of<S, W>;
     constexpr int L = simd::lanes<W>;
-    int x = head_to_aligned_store<L>(d, n);
-    if (x > 0) simd::store_first(d, op(simd::load_first<VS>(s, x), 0), x);
-    const int first = place_of_phase<L>(x), second = (first + 1) % 3, third = (first + 2) % 3;
-    for (; x + 3 * L <= n; x += 3 * L) {
-        const auto r0 = op(simd::load_as<VS>(s + x), first);
-        const auto r1 = op(simd::load_as<VS>(s + x + L), second);
-        const auto r2 = op(simd::load_as<VS>(s + x + 2 * L), third);
-        simd::store(d + x, r0);
-        simd::store(d + x + L, r1);
-        simd::store(d + x + 2 * L, r2);
-    }
-    for (int j = first; x < n; x += L, j = (j + 1) % 3) {
-        const int m = n - x;
-        simd::store_first(d + x, op(simd::load_first<VS>(s + x, m), j), m);
-    }
+    row_steps<L, simd::lanes_of<D, W>>(d, n, stream, [&](int x, int k) {
+        const VS v = k == L ? simd::load_as<VS>(s + x) : simd::load_first<VS>(s + x, k);
+        return op(v, place_of_phase<L>(x));
+    });
 }
 
 }  // namespace lum::prim::LUM_ISA
