@@ -131,6 +131,20 @@ const Case mulC_16u_c3("mulCI 16u C3", [] {
     return t;
 });
 
+const Case mulC_8u_c3("mulCI 8u C3", [] {
+    auto a = frame(lum_fmt_8u, lum_color);
+    Timed t{[a] { const double v[3] = {1.0001, 0.9999, 1.0}; lum_mulCI(a->handle(), v); }, {}, ""};
+    REF([a] { cv::Mat m = a->mat(); cv::multiply(m, cv::Scalar(1.0001, 0.9999, 1.0), m); });
+    return t;
+});
+
+const Case mulC_16u("mulCI 16u C1", [] {
+    auto a = frame(lum_fmt_16u);
+    Timed t{[a] { const double v = 1.0001; lum_mulCI(a->handle(), &v); }, {}, ""};
+    REF([a] { cv::Mat m = a->mat(); cv::multiply(m, cv::Scalar(1.0001), m); });
+    return t;
+});
+
 const Case subC_8u("subC 8u C1", [] {
     auto a = frame(lum_fmt_8u), d = frame(lum_fmt_8u);
     Timed t{[a, d] { const uint8_t v = 30; lum_subC(a->handle(), d->handle(), &v); }, {}, ""};
@@ -164,6 +178,7 @@ const Case cvt_16u8u("convert 16u->8u C1", [] { return conversion(lum_fmt_16u, l
 const Case cvt_16u32f("convert 16u->32f C1", [] { return conversion(lum_fmt_16u, lum_fmt_32f, lum_gray, CV_32F); });
 const Case cvt_16u8u_c3("convert 16u->8u C3", [] { return conversion(lum_fmt_16u, lum_fmt_8u, lum_color, CV_8U); });
 const Case cvt_32f8u("convert 32f->8u C1", [] { return conversion(lum_fmt_32f, lum_fmt_8u, lum_gray, CV_8U); });
+const Case cvt_8u16u_c3("convert 8u->16u C3", [] { return conversion(lum_fmt_8u, lum_fmt_16u, lum_color, CV_16U); });
 
 // Shifts: OpenCV has no integer shift; the nearest equivalent of a right
 // shift by 4 is a multiplication by 1/16 with rounding, shown for scale.
@@ -178,6 +193,20 @@ const Case lshiftI_8u("LShiftI 8u C1 by 1", [] {
     auto a = frame(lum_fmt_8u);
     Timed t{[a] { lum_LShiftI(a->handle(), 1); }, {}, "OpenCV: add to itself (saturating)"};
     REF([a] { cv::Mat m = a->mat(); cv::add(m, m, m); });
+    return t;
+});
+
+const Case rshiftI_8u("RShiftI 8u C1 by 2", [] {
+    auto a = frame(lum_fmt_8u);
+    Timed t{[a] { lum_RShiftI(a->handle(), 2); }, {}, "OpenCV: multiply by 1/4"};
+    REF([a] { cv::Mat m = a->mat(); m.convertTo(m, CV_8U, 1.0 / 4); });
+    return t;
+});
+
+const Case lshiftI_16u("LShiftI 16u C1 by 2 (12 valid bits)", [] {
+    auto a = frame(lum_fmt_16u, lum_gray, 12);
+    Timed t{[a] { lum_LShiftI(a->handle(), 2); }, {}, "OpenCV: multiply by 4"};
+    REF([a] { cv::Mat m = a->mat(); m.convertTo(m, CV_16U, 4.0); });
     return t;
 });
 
@@ -207,6 +236,13 @@ const Case lut_8u_c3("lut 8u C3", [] {
     return t;
 });
 
+const Case lut_16u("lut 16u C1 (12 bits)", [] {
+    auto s = frame(lum_fmt_16u, lum_gray, 12), d = frame(lum_fmt_16u, lum_gray, 12);
+    auto table = std::make_shared<std::vector<uint16_t>>(4096);
+    for (int i = 0; i < 4096; ++i) (*table)[i] = uint16_t(4095 - i);
+    return Timed{[s, d, table] { lum_lut(s->handle(), d->handle(), table->data()); }, {}, "OpenCV: no 16-bit look-up"};
+});
+
 const Case invert_8u("invert 8u C1", [] {
     auto s = frame(lum_fmt_8u), d = frame(lum_fmt_8u);
     Timed t{[s, d] { lum_invert(s->handle(), d->handle()); }, {}, ""};
@@ -232,7 +268,9 @@ Timed division(lum_data_format f, lum_channels c) {
         for (int x = 0; x < i.width * int(c); ++x) {
             if (f == lum_fmt_8u && row[x] == 0) row[x] = 1;
             if (f == lum_fmt_16u && reinterpret_cast<uint16_t*>(row)[x] == 0) reinterpret_cast<uint16_t*>(row)[x] = 1;
-            if (f == lum_fmt_32f) reinterpret_cast<float*>(row)[x] += 1.0f;
+            // Float divisors just above 1: repeated runs divide the same samples again, and divisors up to
+            // 250 would soon take them into subnormals, whose division is many times slower.
+            if (f == lum_fmt_32f) reinterpret_cast<float*>(row)[x] = 1.0f + reinterpret_cast<float*>(row)[x] * 1e-4f;
         }
     }
     Timed t{[a, b] { lum_divI(a->handle(), b->handle()); }, {}, ""};
@@ -250,19 +288,40 @@ const Case scale_16u8u("scale 16u->8u (255/4095)", [] {
     return t;
 });
 
-const Case scale_8u32f("scale 8u->32f", [] {
-    auto s = frame(lum_fmt_8u), d = frame(lum_fmt_32f);
-    Timed t{[s, d] { lum_scale(s->handle(), d->handle(), 0.5, 3.0); }, {}, ""};
-    REF([s, d] { cv::Mat m = d->mat(); s->mat().convertTo(m, CV_32F, 0.5, 3.0); });
+// Scaling between every pair of formats, against convertTo with the same
+// gain and offset (bench frames: 8u full range, 16u 12 bits, 32f 0 to 250).
+Timed scaling(lum_data_format from, lum_data_format to, double a, double b, int cv_depth) {
+    auto s = frame(from, lum_gray, from == lum_fmt_16u ? 12 : -1), d = frame(to);
+    Timed t{[s, d, a, b] { lum_scale(s->handle(), d->handle(), a, b); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [s, d, a, b, cv_depth] { cv::Mat m = d->mat(); s->mat().convertTo(m, cv_depth, a, b); };
+#else
+    (void)cv_depth;
+#endif
     return t;
-});
+}
+const Case scale_8u8u("scale 8u->8u", [] { return scaling(lum_fmt_8u, lum_fmt_8u, 1.7, -20.0, CV_8U); });
+const Case scale_8u16u("scale 8u->16u", [] { return scaling(lum_fmt_8u, lum_fmt_16u, 257.0, 0.0, CV_16U); });
+const Case scale_8u32f("scale 8u->32f", [] { return scaling(lum_fmt_8u, lum_fmt_32f, 0.5, 3.0, CV_32F); });
+const Case scale_16u16u("scale 16u->16u", [] { return scaling(lum_fmt_16u, lum_fmt_16u, 16.0, 8.0, CV_16U); });
+const Case scale_16u32f("scale 16u->32f", [] { return scaling(lum_fmt_16u, lum_fmt_32f, 1.0 / 4095, 0.0, CV_32F); });
+const Case scale_32f8u("scale 32f->8u", [] { return scaling(lum_fmt_32f, lum_fmt_8u, 1.0, 0.5, CV_8U); });
+const Case scale_32f16u("scale 32f->16u", [] { return scaling(lum_fmt_32f, lum_fmt_16u, 200.0, 0.0, CV_16U); });
+const Case scale_32f32f("scale 32f->32f", [] { return scaling(lum_fmt_32f, lum_fmt_32f, 2.0, -1.0, CV_32F); });
 
-const Case scaleI_8u("scaleI 8u", [] {
-    auto s = frame(lum_fmt_8u);
-    Timed t{[s] { lum_scaleI(s->handle(), 1.0001, -0.2); }, {}, ""};
-    REF([s] { cv::Mat m = s->mat(); m.convertTo(m, CV_8U, 1.0001, -0.2); });
+Timed scaling_in_place(lum_data_format f, double a, double b, int cv_depth) {
+    auto s = frame(f, lum_gray, f == lum_fmt_16u ? 12 : -1);
+    Timed t{[s, a, b] { lum_scaleI(s->handle(), a, b); }, {}, ""};
+#ifdef LUM_HAVE_OPENCV
+    t.reference = [s, a, b, cv_depth] { cv::Mat m = s->mat(); m.convertTo(m, cv_depth, a, b); };
+#else
+    (void)cv_depth;
+#endif
     return t;
-});
+}
+const Case scaleI_8u("scaleI 8u", [] { return scaling_in_place(lum_fmt_8u, 1.0001, -0.2, CV_8U); });
+const Case scaleI_16u("scaleI 16u", [] { return scaling_in_place(lum_fmt_16u, 1.0001, -0.2, CV_16U); });
+const Case scaleI_32f("scaleI 32f", [] { return scaling_in_place(lum_fmt_32f, 1.0001, -0.2, CV_32F); });
 
 const Case ln_32f("lnI 32f C1", [] {
     auto s = frame(lum_fmt_32f);

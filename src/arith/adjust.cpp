@@ -1,10 +1,10 @@
 // Level adjustment of 8-bit images: per channel, subtract the low level
 // (truncated to an integer byte), then multiply by the destination's range
-// over the exact distance between the levels.
+// over the exact distance between the levels, both in one pass.
 #include <cmath>
+#include <cstring>
 
 #include "arith/clamp.hpp"
-#include "primitives/arith.hpp"
 #include "primitives/arith_const.hpp"
 
 namespace lum {
@@ -36,28 +36,20 @@ int8_t adjust(img* src, img* dst, lum_size size, const double* low, const double
     double factor[3];
     uint8_t level[3];
     for (int c = 0; c < channels; ++c) {
-        factor[c] = double(m) / (high[c] - low[c]);
-        level[c] = low_byte(low[c]);
+        // The caller's arrays are read at any address.
+        double lo, hi;
+        std::memcpy(&lo, low + c, sizeof lo);
+        std::memcpy(&hi, high + c, sizeof hi);
+        factor[c] = double(m) / (hi - lo);
+        level[c] = low_byte(lo);
     }
-    const auto* s = static_cast<const uint8_t*>(src->frame_buf);
-    auto* d = static_cast<uint8_t*>(dst->frame_buf);
-    const int ss = step_of(*src), ds = step_of(*dst);
-    // Both steps run strip by strip, each strip (about 256 KiB) still in cache
-    // for the second; strips stay large because each multiplication first
-    // prepares its constants.
-    constexpr int kStripBytes = 256 * 1024;
-    const int row = size.width * channels;
-    const int strip = row >= kStripBytes ? 1 : kStripBytes / row;
-    for (int y = 0; y < size.height; y += strip) {
-        const prim::Size part{size.width, size.height - y < strip ? size.height - y : strip};
-        const uint8_t* s_part = s + int64_t(y) * ss;
-        uint8_t* d_part = d + int64_t(y) * ds;
-        const prim::Size samples{part.width * channels, part.height};
-        LUM_CHECK(map_status(prim::constant<uint8_t, prim::op::sub>(s_part, ss, d_part, ds, samples, level, channels)));
-        LUM_CHECK(map_status(channels == 3 ? prim::mul_c_8u_c3ir(d_part, ds, part, factor)
-                                           : prim::mul_c_8u_c1ir(d_part, ds, part, factor)));
-    }
-    return ok;
+    // The subtraction and the multiplication in one pass: the multiplication's
+    // plan subtracts the levels first.
+    prim::multiply_plan plan;
+    LUM_CHECK(map_status(prim::plan_multiply<uint8_t>(factor, channels, 255, level, plan)));
+    const prim::Size samples{size.width * channels, size.height};
+    return map_status(prim::multiply<uint8_t>(static_cast<const uint8_t*>(src->frame_buf), step_of(*src),
+                                              static_cast<uint8_t*>(dst->frame_buf), step_of(*dst), samples, &plan));
 }
 
 }  // namespace

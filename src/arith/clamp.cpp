@@ -6,12 +6,24 @@
 
 namespace lum {
 
-int8_t clamp_to_valid_bits(img& image, uint32_t mask) {
+namespace {
+
+// The clamp's checks in their order.
+int8_t clamp_checks(const img& image, uint32_t mask) {
     LUM_CHECK(require_initialised(&image));
     if (image.channels != lum_gray && image.channels != lum_color) return bad_channels;
     if (image.pix_type != lum_fmt_16u && image.pix_type != lum_fmt_8u) return bad_format;
     if (image.pix_type == lum_fmt_8u && mask > 255) return out_of_range;
     if (!whole_fits(image)) return beyond_image;
+    return ok;
+}
+
+}  // namespace
+
+bool clamp_fuses(const img& image, uint32_t mask) { return clamp_checks(image, mask) == ok; }
+
+int8_t clamp_to_valid_bits(img& image, uint32_t mask) {
+    LUM_CHECK(clamp_checks(image, mask));
     // A mask covering the whole sample range leaves every sample as it is.
     if (mask >= (image.pix_type == lum_fmt_8u ? 255u : 65535u)) return ok;
     return with_sample_type<uint8_t, uint16_t>(image.pix_type, [&]<class T>() -> int8_t {

@@ -19,4 +19,18 @@ inline uint16_t valid_bits_mask(const img& image) {
 // -5 when the kernel fails.
 int8_t clamp_to_valid_bits(img& image, uint32_t mask);
 
+// Whether clamp_to_valid_bits(image, mask) would pass every one of its checks,
+// so that an operation may lower its results to valid_bits_top(image, mask) in
+// the pass that produces them instead, with the same result and status. When
+// it would refuse, the operation keeps the two passes and returns the refusal.
+bool clamp_fuses(const img& image, uint32_t mask);
+
+// The value samples are lowered to by the clamp: the mask, or the sample
+// type's maximum when the mask reaches above it.
+template <class T>
+T valid_bits_top(uint32_t mask) {
+    constexpr uint32_t highest = static_cast<T>(~T{0});
+    return static_cast<T>(mask < highest ? mask : highest);
+}
+
 }  // namespace lum

@@ -22,29 +22,27 @@ bool read_value(const void* value, T& out) {
     return true;
 }
 
-int add_constant(const img& im, void* region, const prim::Size z, const void* value) {
+// Samples of the region raised by the caller's value (or multiplied by its
+// factors) and lowered to `top` in the same pass.
+int add_constant(const img& im, void* region, const prim::Size z, const void* value, uint32_t top) {
     return with_sample_type<uint8_t, uint16_t>(im.pix_type, [&]<class T>() -> int {
         T v = 0;
         if (!read_value(value, v)) return prim::st_null;
         auto* p = static_cast<T*>(region);
         const prim::Size samples{z.width * int(im.channels), z.height};
-        return prim::constant<T, prim::op::add>(p, step_of(im), p, step_of(im), samples, &v, 1);
+        return prim::constant_clamped<T, prim::op::add>(p, step_of(im), p, step_of(im), samples, &v, 1,
+                                                        static_cast<T>(top));
     });
 }
 
-int multiply_constant(const img& im, void* region, const prim::Size z, const void* value) {
-    const bool c3 = im.channels == lum_color;
-    const int step = step_of(im);
-    const auto* factors = static_cast<const double*>(value);
-    if (im.pix_type == lum_fmt_8u) {
-        auto* p = static_cast<uint8_t*>(region);
-        return c3 ? prim::mul_c_8u_c3ir(p, step, z, factors) : prim::mul_c_8u_c1ir(p, step, z, factors);
-    }
-    if (im.pix_type == lum_fmt_16u) {
-        auto* p = static_cast<uint16_t*>(region);
-        return c3 ? prim::mul_c_16u_c3ir(p, step, z, factors) : prim::mul_c_16u_c1ir(p, step, z, factors);
-    }
-    return prim::mul_c_32f_c1ir(static_cast<float*>(region), step, z, factors);
+int multiply_constant(const img& im, void* region, const prim::Size z, const void* value, uint32_t top) {
+    return with_sample_type<uint8_t, uint16_t, float>(im.pix_type, [&]<class T>() -> int {
+        prim::multiply_plan plan;
+        if (const int e = prim::plan_multiply<T>(value, im.channels, top, nullptr, plan)) return e;
+        auto* p = static_cast<T*>(region);
+        const prim::Size samples{z.width * int(im.channels), z.height};
+        return prim::multiply<T>(p, step_of(im), p, step_of(im), samples, &plan);
+    });
 }
 
 int8_t constant_in_place(img* im, const void* value, const lum_rect* rect, in_place_op op) {
@@ -59,10 +57,15 @@ int8_t constant_in_place(img* im, const void* value, const lum_rect* rect, in_pl
     if (!integer && im->channels != lum_gray) return bad_channels;
     if (!region_fits(*im, r.x, r.y, r.width, r.height)) return beyond_image;
     void* region = im->get_ptr_at_position({r.x, r.y});
-    const int status = op == in_place_op::add ? add_constant(*im, region, size_of(r), value)
-                                              : multiply_constant(*im, region, size_of(r), value);
+    // The clamp runs over the whole image: it joins the pass when the rectangle is the whole image.
+    const bool whole_image = r.x == 0 && r.y == 0 && r.width == im->width && r.height == im->height;
+    const bool fused = integer && whole_image && clamp_fuses(*im, mask);
+    const uint32_t highest = format == lum_fmt_8u ? 255u : 65535u;
+    const uint32_t top = fused && mask < highest ? mask : highest;
+    const int status = op == in_place_op::add ? add_constant(*im, region, size_of(r), value, top)
+                                              : multiply_constant(*im, region, size_of(r), value, top);
     LUM_CHECK(map_status(status));
-    return integer ? clamp_to_valid_bits(*im, mask) : int8_t(ok);
+    return integer && !fused ? clamp_to_valid_bits(*im, mask) : int8_t(ok);
 }
 
 int8_t subtract_constant(img* src, img* dst, const void* value) {

@@ -23,27 +23,19 @@ int8_t convert_image(img* src, img* dst) {
         !span_fits(*dst, 0, src->height, dst->step_bytes, samples * bytes_per_sample(to)))
         return beyond_image;
 
-    const bool c3 = src->channels == lum_color;
-    const prim::Size size = size_of(*src);
-    const int ss = step_of(*src), ds = step_of(*dst);
-    int status;
-    if (from == lum_fmt_8u) {
-        auto* s = static_cast<const uint8_t*>(src->frame_buf);
-        auto* d = static_cast<uint16_t*>(dst->frame_buf);
-        status = c3 ? prim::convert_8u16u_c3r(s, ss, d, ds, size) : prim::convert_8u16u_c1r(s, ss, d, ds, size);
-    } else if (from == lum_fmt_16u && to == lum_fmt_8u) {
-        auto* s = static_cast<const uint16_t*>(src->frame_buf);
-        auto* d = static_cast<uint8_t*>(dst->frame_buf);
-        status = c3 ? prim::convert_16u8u_c3r(s, ss, d, ds, size) : prim::convert_16u8u_c1r(s, ss, d, ds, size);
-    } else if (from == lum_fmt_16u) {
-        auto* s = static_cast<const uint16_t*>(src->frame_buf);
-        auto* d = static_cast<float*>(dst->frame_buf);
-        status = c3 ? prim::convert_16u32f_c3r(s, ss, d, ds, size) : prim::convert_16u32f_c1r(s, ss, d, ds, size);
-    } else {
-        status = prim::convert_32f8u_c1r(static_cast<const float*>(src->frame_buf), ss,
-                                         static_cast<uint8_t*>(dst->frame_buf), ds, size, prim::round_nearest);
-    }
-    return map_status(status);
+    const prim::Size size{src->width * int(src->channels), src->height};
+    return with_sample_type<uint8_t, uint16_t, float>(from, [&]<class S>() -> int8_t {
+        return with_sample_type<uint8_t, uint16_t, float>(to, [&]<class D>() -> int8_t {
+            if constexpr (std::is_same_v<S, D> || (std::is_same_v<S, uint8_t> && std::is_same_v<D, float>) ||
+                          (std::is_same_v<S, float> && std::is_same_v<D, uint16_t>)) {
+                return bad_format;  // refused above
+            } else {
+                return map_status(prim::convert<S, D>(static_cast<const S*>(src->frame_buf), step_of(*src),
+                                                      static_cast<D*>(dst->frame_buf), step_of(*dst), size,
+                                                      prim::round_nearest));
+            }
+        });
+    });
 }
 
 }  // namespace

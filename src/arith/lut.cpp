@@ -34,28 +34,25 @@ int8_t look_up(img* src, img* dst, const void* table) {
         return beyond_image;
 
     const int bits = static_cast<int>(src->valid_bits);
-    const prim::Size z = size_of(*src);
+    const prim::Size samples{src->width * int(src->channels), src->height};
     const int ss = step_of(*src), ds = step_of(*dst);
-    if (format == lum_fmt_8u) {
-        auto* s = static_cast<const uint8_t*>(src->frame_buf);
-        auto* d = static_cast<uint8_t*>(dst->frame_buf);
-        auto* t = static_cast<const uint8_t*>(table);
-        if (src_c3) {
-            // Three tables 256 entries apart, whatever the valid bits.
-            const uint8_t* tables[3] = {t, t + 256, t + 512};
-            return map_status(prim::lut_8u_c3r(s, ss, d, ds, z, tables, bits));
+    return with_sample_type<uint8_t, uint16_t>(format, [&]<class T>() -> int8_t {
+        const auto* s = static_cast<const T*>(src->frame_buf);
+        auto* d = static_cast<T*>(dst->frame_buf);
+        const auto* t = static_cast<const T*>(table);
+        if constexpr (sizeof(T) == 1) {
+            if (!src_c3 && out_channels == 3) return map_status(prim::lut_8u_c1c3(s, ss, d, ds, size_of(*src), t, bits));
         }
-        return map_status(out_channels == 3 ? prim::lut_8u_c1c3r(s, ss, d, ds, z, t, bits)
-                                            : prim::lut_8u_c1r(s, ss, d, ds, z, t, bits));
-    }
-    auto* s = static_cast<const uint16_t*>(src->frame_buf);
-    auto* d = static_cast<uint16_t*>(dst->frame_buf);
-    auto* t = static_cast<const uint16_t*>(table);
-    if (!src_c3) return map_status(prim::lut_16u_c1r(s, ss, d, ds, z, t, bits));
-    // 16-bit tables are 2^v entries apart, and the third channel reuses the second table.
-    const int64_t entries = int64_t(1) << (bits < 0 ? 0 : bits > 16 ? 16 : bits);
-    const uint16_t* tables[3] = {t, t + entries, t + entries};
-    return map_status(prim::lut_16u_c3r(s, ss, d, ds, z, tables, bits));
+        // 8-bit tables are 256 entries apart whatever the valid bits; 16-bit
+        // tables 2^v entries, and the third channel reuses the second table.
+        const T* tables[3] = {t, t, t};
+        if (src_c3) {
+            const int64_t entries = sizeof(T) == 1 ? 256 : int64_t(1) << (bits < 0 ? 0 : bits > 16 ? 16 : bits);
+            tables[1] = t + entries;
+            tables[2] = t + (sizeof(T) == 1 ? 2 : 1) * entries;
+        }
+        return map_status(prim::lut<T>(s, ss, d, ds, samples, tables, src->channels, bits));
+    });
 }
 
 }  // namespace

@@ -8,18 +8,6 @@ namespace lum {
 
 namespace {
 
-// A region of w samples × h rows starting at pixel (x, y) stays in the buffer.
-bool samples_fit(const img& im, int64_t x, int64_t y, int64_t w, int64_t h) {
-    return span_fits(im, y * im.step_bytes + x * bytes_per_pixel(im), h, im.step_bytes, w * bytes_per_sample(im.pix_type));
-}
-
-bool scalable(int format) { return format == lum_fmt_8u || format == lum_fmt_16u || format == lum_fmt_32f; }
-
-template <class S, class D, class K>
-int run(K kernel, const img& src, lum_point so, const img& dst, lum_point dp, prim::Size z, double a, double b) {
-    return kernel(pixel_at<const S>(src, so.x, so.y), step_of(src), pixel_at<D>(dst, dp.x, dp.y), step_of(dst), z, a, b);
-}
-
 int8_t scale_into(img* src, lum_point so, img* dst, lum_point dp, lum_size size, double a, double b) {
     LUM_CHECK(require_initialised(src));
     if (so.x < 0 || so.y < 0 || size.width <= 0 || size.height <= 0) return out_of_range;
@@ -27,41 +15,31 @@ int8_t scale_into(img* src, lum_point so, img* dst, lum_point dp, lum_size size,
     LUM_CHECK(require_initialised(dst));
     if (dp.x < 0 || dp.y < 0) return out_of_range;
     if (int64_t(dp.x) + size.width > dst->width || int64_t(dp.y) + size.height > dst->height) return beyond_image;
-    if (!scalable(src->pix_type) || !scalable(dst->pix_type)) return bad_format;
-    if (!samples_fit(*src, so.x, so.y, size.width, size.height) ||
-        !samples_fit(*dst, dp.x, dp.y, size.width, size.height))
-        return beyond_image;
-    const prim::Size z{size.width, size.height};
-    const img &s = *src, &d = *dst;
-    using namespace prim;
-    int status = 0;
-    switch (s.pix_type * 8 + d.pix_type) {
-        case lum_fmt_8u * 8 + lum_fmt_8u: status = run<uint8_t, uint8_t>(scale_8u8u_c1r, s, so, d, dp, z, a, b); break;
-        case lum_fmt_8u * 8 + lum_fmt_16u: status = run<uint8_t, uint16_t>(scale_8u16u_c1r, s, so, d, dp, z, a, b); break;
-        case lum_fmt_8u * 8 + lum_fmt_32f: status = run<uint8_t, float>(scale_8u32f_c1r, s, so, d, dp, z, a, b); break;
-        case lum_fmt_16u * 8 + lum_fmt_8u: status = run<uint16_t, uint8_t>(scale_16u8u_c1r, s, so, d, dp, z, a, b); break;
-        case lum_fmt_16u * 8 + lum_fmt_16u: status = run<uint16_t, uint16_t>(scale_16u16u_c1r, s, so, d, dp, z, a, b); break;
-        case lum_fmt_16u * 8 + lum_fmt_32f: status = run<uint16_t, float>(scale_16u32f_c1r, s, so, d, dp, z, a, b); break;
-        case lum_fmt_32f * 8 + lum_fmt_8u: status = run<float, uint8_t>(scale_32f8u_c1r, s, so, d, dp, z, a, b); break;
-        case lum_fmt_32f * 8 + lum_fmt_16u: status = run<float, uint16_t>(scale_32f16u_c1r, s, so, d, dp, z, a, b); break;
-        default: status = run<float, float>(scale_32f32f_c1r, s, so, d, dp, z, a, b); break;
-    }
-    return map_status(status);
+    return with_sample_type<uint8_t, uint16_t, float>(src->pix_type, [&]<class S>() -> int8_t {
+        return with_sample_type<uint8_t, uint16_t, float>(dst->pix_type, [&]<class D>() -> int8_t {
+            // Rows of size.width samples from the origin pixels.
+            const int64_t from = so.y * int64_t(src->step_bytes) + so.x * int64_t(bytes_per_pixel(*src));
+            const int64_t to = dp.y * int64_t(dst->step_bytes) + dp.x * int64_t(bytes_per_pixel(*dst));
+            if (!span_fits(*src, from, size.height, src->step_bytes, int64_t(size.width) * sizeof(S)) ||
+                !span_fits(*dst, to, size.height, dst->step_bytes, int64_t(size.width) * sizeof(D)))
+                return beyond_image;
+            return map_status(prim::scale<S, D>(pixel_at<const S>(*src, so.x, so.y), step_of(*src),
+                                                pixel_at<D>(*dst, dp.x, dp.y), step_of(*dst),
+                                                prim::Size{size.width, size.height}, a, b));
+        });
+    });
 }
 
 int8_t scale_in_place(img* im, double a, double b, const lum_rect* rect) {
     LUM_CHECK(require_initialised(im));
     LUM_CHECK(check_rect(*im, rect));
     const lum_rect r = *rect;
-    if (!scalable(im->pix_type)) return bad_format;
-    if (!samples_fit(*im, r.x, r.y, r.width, r.height)) return beyond_image;
-    const prim::Size z = size_of(r);
-    const int step = step_of(*im);
-    switch (im->pix_type) {
-        case lum_fmt_8u: return map_status(prim::scale_8u_c1ir(pixel_at<uint8_t>(*im, r.x, r.y), step, z, a, b));
-        case lum_fmt_16u: return map_status(prim::scale_16u_c1ir(pixel_at<uint16_t>(*im, r.x, r.y), step, z, a, b));
-        default: return map_status(prim::scale_32f_c1ir(pixel_at<float>(*im, r.x, r.y), step, z, a, b));
-    }
+    return with_sample_type<uint8_t, uint16_t, float>(im->pix_type, [&]<class T>() -> int8_t {
+        const int64_t from = r.y * int64_t(im->step_bytes) + r.x * int64_t(bytes_per_pixel(*im));
+        if (!span_fits(*im, from, r.height, im->step_bytes, int64_t(r.width) * sizeof(T))) return beyond_image;
+        T* p = pixel_at<T>(*im, r.x, r.y);
+        return map_status(prim::scale<T, T>(p, step_of(*im), p, step_of(*im), size_of(r), a, b));
+    });
 }
 
 }  // namespace

@@ -30,6 +30,18 @@ int run(const img* a, int sa, const img* b, int sb, const img* d, int sd, const 
     return prim::binary<T, Op>(samples<const T>(a), sa, samples<const T>(b), sb, samples<T>(d), sd, samples_of(layout));
 }
 
+// Integer sums lowered to the valid bits of `onto` in the same pass where the
+// clamp would succeed; otherwise the sum, then the clamp (which refuses).
+template <class T>
+int8_t add_clamped(const img* a, int sa, const img* b, int sb, img* d, int sd, img& onto, uint32_t mask) {
+    if (onto.pix_type == format_of<T> && clamp_fuses(onto, mask))
+        return map_status(prim::binary_clamped<T, prim::op::add>(samples<const T>(a), sa, samples<const T>(b), sb,
+                                                                 samples<T>(d), sd, samples_of(a),
+                                                                 valid_bits_top<T>(mask)));
+    LUM_CHECK(map_status(run<prim::op::add, T>(a, sa, b, sb, d, sd, a)));
+    return clamp_to_valid_bits(onto, mask);
+}
+
 int8_t add_images(img* a, img* b, img* d) {
     LUM_CHECK(require_initialised(a, b, d));
     LUM_CHECK(require_same_layout(*a, *b));
@@ -37,10 +49,10 @@ int8_t add_images(img* a, img* b, img* d) {
     return with_sample_type<uint8_t, uint16_t, float>(a->pix_type, [&]<class T>() -> int8_t {
         if (!is_c1_or_c3(a)) return bad_channels;
         if (!fits(a, a, b, d)) return beyond_image;
-        LUM_CHECK(map_status(run<prim::op::add, T>(a, step_of(*a), b, step_of(*b), d, step_of(*d), a)));
-        if constexpr (is_float_sample<T>) return ok;
-        // Runs even when the mask spans the whole sample range.
-        else return clamp_to_valid_bits(*d, valid_bits_mask(*d));
+        if constexpr (is_float_sample<T>)
+            return map_status(run<prim::op::add, T>(a, step_of(*a), b, step_of(*b), d, step_of(*d), a));
+        // The clamp runs even when the mask spans the whole sample range (its checks still apply).
+        else return add_clamped<T>(a, step_of(*a), b, step_of(*b), d, step_of(*d), *d, valid_bits_mask(*d));
     });
 }
 
@@ -61,9 +73,10 @@ int8_t add_in_place(img* a, img* b) {
             if (b->pix_type != lum_fmt_16u) return ok;  // a 16-bit a with a b of another format: nothing to do
         }
         if (!fits(a, a, b)) return beyond_image;
-        LUM_CHECK(map_status(run<prim::op::add, T>(a, step_of(*a), b, step_of(*b), b, step_of(*b), a)));
-        if constexpr (is_float_sample<T>) return ok;
-        else return mask == (sizeof(T) == 1 ? 255 : 65535) ? int8_t(ok) : clamp_to_valid_bits(*b, mask);
+        if constexpr (!is_float_sample<T>)
+            if (mask != (sizeof(T) == 1 ? 255 : 65535))
+                return add_clamped<T>(a, step_of(*a), b, step_of(*b), b, step_of(*b), *b, mask);
+        return map_status(run<prim::op::add, T>(a, step_of(*a), b, step_of(*b), b, step_of(*b), a));
     });
 }
 

@@ -64,8 +64,9 @@ int8_t otsu_16u(const img& im, const lum_rect& rect, int32_t* threshold) {
     uint16_t* ramp = stretched.get() + values;
     for (int v = 0; v < values; ++v) ramp[v] = static_cast<uint16_t>(lowest[0] + v);
     const prim::Size line{values, 1};
-    LUM_CHECK(map_status(prim::scale_16u16u_c1r(ramp, 2 * values, stretched.get(), 2 * values, line, a, b)));
-    LUM_CHECK(map_status(prim::convert_16u8u_c1r(stretched.get(), 2 * values, narrowed.get(), values, line)));
+    LUM_CHECK(map_status(prim::scale<uint16_t, uint16_t>(ramp, 2 * values, stretched.get(), 2 * values, line, a, b)));
+    LUM_CHECK(map_status(prim::convert<uint16_t, uint8_t>(stretched.get(), 2 * values, narrowed.get(), values, line,
+                                                               prim::round_nearest)));
 
     // Every sample lies between the extremes, so each has its table entry.
     if (!whole_area)

@@ -32,6 +32,13 @@ LUM_KERNEL(binary, (class T, class Op), (T, Op),
 LUM_KERNEL(constant, (class T, class Op), (T, Op),
            int(const T* s, int s_step, T* d, int d_step, Size size, const T* values, int channels))
 
+// The same with every result then lowered to `top`, the valid-bits clamp
+// fused into the pass that produces the values.
+LUM_KERNEL(binary_clamped, (class T, class Op), (T, Op),
+           int(const T* a, int a_step, const T* b, int b_step, T* d, int d_step, Size size, T top))
+LUM_KERNEL(constant_clamped, (class T, class Op), (T, Op),
+           int(const T* s, int s_step, T* d, int d_step, Size size, const T* values, int channels, T top))
+
 // In place: d = d / divisor. Integer quotients are rounded to nearest (halves
 // to even) and saturated; x / 0 gives the type's maximum for x > 0 and 0 for
 // x = 0. Float division is IEEE. A zero divisor gives the warning st_div_zero.

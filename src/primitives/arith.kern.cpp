@@ -47,22 +47,26 @@ struct lanes_of_op {
     }
 };
 
-// Integer quotient o / d in float lanes (operands below 2^16, so the float
-// quotient is never within rounding error of a half it is not exactly on),
-// rounded half to even; a zero divisor gives the maximum, or 0 for 0 / 0.
+// Integer quotients o / d of whole vectors of T, in float lanes part by part
+// (operands below 2^16, so the float quotient is never within rounding error
+// of a half it is not exactly on), rounded half to even and packed. A zero
+// divisor needs no case of its own: x / 0 is infinite for x > 0, which
+// saturates to the maximum, and 0 / 0 is NaN, which converts to a negative
+// lane that the pack raises to 0.
 template <class T>
 struct integer_quotient {
-    using F = simd::lanes_of<float, float>;
-    using U = simd::lanes_of<T, float>;
-    U operator()(U divisor, U dividend) const {
-        const F o = simd::to_float(dividend);
-        // A zero divisor is replaced by 1 so that every lane divides; the lane then takes the x / 0 value.
-        const U zero = (U)(divisor == U{});
-        const F q = o / simd::to_float(divisor | (zero & 1));
-        const U rounded = simd::narrow_sat<T>(simd::round_even(q));
-        const U top = U{} + static_cast<T>(max_value<T>());
-        const U when_zero = dividend != U{} ? top : U{};
-        return zero ? when_zero : rounded;
+    using V = simd::vec<T>;
+    static constexpr int K = simd::lanes<T> / simd::lanes<float>;
+    template <int k>
+    static auto part(V divisor, V dividend) {
+        return simd::round_for<T>(simd::to_float(simd::part<K, k>(dividend)) / simd::to_float(simd::part<K, k>(divisor)));
+    }
+    V operator()(V divisor, V dividend) const {
+        if constexpr (K == 4)
+            return simd::pack_sat<T>(part<0>(divisor, dividend), part<1>(divisor, dividend), part<2>(divisor, dividend),
+                                     part<3>(divisor, dividend));
+        else
+            return simd::pack_sat<T>(part<0>(divisor, dividend), part<1>(divisor, dividend));
     }
 };
 
@@ -131,21 +135,44 @@ int constant(const T* s, int s_step, T* d, int d_step, Size size, const T* value
     return st_ok;
 }
 
+template <class T, class Op>
+int binary_clamped(const T* a, int a_step, const T* b, int b_step, T* d, int d_step, Size size, T top) {
+    if (!a || !b || !d) return st_null;
+    if (empty_region(size)) return st_size;
+    const simd::vec<T> high = simd::splat(top);
+    for (int y = 0; y < size.height; ++y)
+        binary_row(row_at(a, a_step, y), row_at(b, b_step, y), row_at(d, d_step, y), size.width,
+                   [high](simd::vec<T> x, simd::vec<T> z) { return simd::min(lanes_of_op<Op>{}(x, z), high); });
+    return st_ok;
+}
+
+template <class T, class Op>
+int constant_clamped(const T* s, int s_step, T* d, int d_step, Size size, const T* values, int channels, T top) {
+    if (!s || !d || !values) return st_null;
+    if (empty_region(size)) return st_size;
+    simd::vec<T> k[3];
+    channel_constants(values, channels, k);
+    const simd::vec<T> high = simd::splat(top);
+    for (int y = 0; y < size.height; ++y)
+        constant_row(row_at(s, s_step, y), row_at(d, d_step, y), size.width, k,
+                     [high](simd::vec<T> x, simd::vec<T> c) { return simd::min(lanes_of_op<Op>{}(x, c), high); });
+    return st_ok;
+}
+
 template <class T>
 int divide(const T* divisor, int divisor_step, T* d, int d_step, Size size) {
     if (!divisor || !d) return st_null;
     if (empty_region(size)) return st_size;
-    using V = simd::lanes_of<T, float>;
+    using V = simd::vec<T>;
     simd::mask_of<V> zeros{};
-    auto quotient = [&zeros](V x, V v, int valid = simd::lanes<float>) {
+    auto quotient = [&zeros](V x, V v, int valid = simd::lanes<T>) {
         zeros |= (x == V{}) & simd::first_lanes<simd::mask_of<V>>(valid);
         if constexpr (std::is_floating_point_v<T>) return v / x;
         else return integer_quotient<T>{}(x, v);
     };
     for (int y = 0; y < size.height; ++y)
-        binary_row<float>(row_at(divisor, divisor_step, y), row_at(d, d_step, y), row_at(d, d_step, y), size.width,
-                          quotient);
-    for (int i = 0; i < simd::lanes<float>; ++i)
+        binary_row(row_at(divisor, divisor_step, y), row_at(d, d_step, y), row_at(d, d_step, y), size.width, quotient);
+    for (int i = 0; i < simd::lanes<T>; ++i)
         if (zeros[i] != 0) return st_div_zero;
     return st_ok;
 }
@@ -197,6 +224,8 @@ LUM_EVERY_INTEGER(constant, op::add)
 LUM_EVERY_INTEGER(constant, op::sub)
 LUM_EVERY_INTEGER(constant, op::rsub)
 LUM_EVERY_INTEGER(constant, op::min)
+LUM_EVERY_INTEGER(binary_clamped, op::add)
+LUM_EVERY_INTEGER(constant_clamped, op::add)
 LUM_INSTANTIATE(divide, uint8_t)
 LUM_INSTANTIATE(divide, uint16_t)
 LUM_INSTANTIATE(divide, float)

@@ -1,65 +1,53 @@
-// Format conversion kernels: whole-row loops over samples, a three-channel
-// region being the one-channel loop over three times the width.
+// Format conversion kernels: one row loop per pair of sample types. Widening
+// is a zero extension, narrowing a saturating pack of two or four vectors into
+// one, floats go through the rounding conversion first.
 #include "primitives/convert.hpp"
 #include "primitives/kernel.hpp"
 
 namespace lum::prim::LUM_ISA {
 
-namespace {
-
 template <class S, class D>
-int widen(const S* src, int src_step, D* dst, int dst_step, Size size, int channels) {
-    if (!src || !dst) return st_null;
-    if (empty_region(size)) return st_size;
-    const int n = size.width * channels;
-    for (int y = 0; y < size.height; ++y) {
-        const S* __restrict s = row_at(src, src_step, y);
-        D* __restrict d = row_at(dst, dst_step, y);
-        for (int x = 0; x < n; ++x) d[x] = static_cast<D>(s[x]);
-    }
-    return st_ok;
-}
-
-int narrow_16u8u(const uint16_t* src, int src_step, uint8_t* dst, int dst_step, Size size, int channels) {
-    if (!src || !dst) return st_null;
-    if (empty_region(size)) return st_size;
-    const int n = size.width * channels;
-    for (int y = 0; y < size.height; ++y) {
-        const uint16_t* __restrict s = row_at(src, src_step, y);
-        uint8_t* __restrict d = row_at(dst, dst_step, y);
-        for (int x = 0; x < n; ++x) d[x] = static_cast<uint8_t>(s[x] > 255 ? 255 : s[x]);
-    }
-    return st_ok;
-}
-
-// Adding and removing 1.5 × 2^23 leaves a float in 0..2^22 rounded to an
-// integer by the current (half-to-even) mode, in a form every level vectorizes.
-
-}  // namespace
-
-int convert_8u16u_c1r(const uint8_t* s, int ss, uint16_t* d, int ds, Size z) { return widen(s, ss, d, ds, z, 1); }
-int convert_8u16u_c3r(const uint8_t* s, int ss, uint16_t* d, int ds, Size z) { return widen(s, ss, d, ds, z, 3); }
-int convert_16u8u_c1r(const uint16_t* s, int ss, uint8_t* d, int ds, Size z) { return narrow_16u8u(s, ss, d, ds, z, 1); }
-int convert_16u8u_c3r(const uint16_t* s, int ss, uint8_t* d, int ds, Size z) { return narrow_16u8u(s, ss, d, ds, z, 3); }
-int convert_16u32f_c1r(const uint16_t* s, int ss, float* d, int ds, Size z) { return widen(s, ss, d, ds, z, 1); }
-int convert_16u32f_c3r(const uint16_t* s, int ss, float* d, int ds, Size z) { return widen(s, ss, d, ds, z, 3); }
-
-int convert_32f8u_c1r(const float* src, int src_step, uint8_t* dst, int dst_step, Size size, int rounding) {
+int convert(const S* src, int src_step, D* dst, int dst_step, Size size, int rounding) {
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
     if (rounding != round_zero && rounding != round_nearest) return st_bad_arg;
-    const float magic = rounding == round_nearest ? kRoundMagic : 0.0f;
+    constexpr int K = simd::lanes<D> / simd::lanes<std::conditional_t<std::is_floating_point_v<S>, float, S>>;
+    using V = simd::vec<S>;
     for (int y = 0; y < size.height; ++y) {
-        const float* __restrict s = row_at(src, src_step, y);
-        uint8_t* __restrict d = row_at(dst, dst_step, y);
-        for (int x = 0; x < size.width; ++x) {
-            float v = s[x] > 0.0f ? s[x] : 0.0f;  // NaN goes to 0 as well
-            v = v < 255.0f ? v : 255.0f;
-            v = (v + magic) - magic;
-            d[x] = static_cast<uint8_t>(static_cast<int>(v));
+        const S* s = row_at(src, src_step, y);
+        D* d = row_at(dst, dst_step, y);
+        if constexpr (std::is_floating_point_v<S>) {
+            static_assert(K == 4, "floats to bytes");
+            if (rounding == round_nearest) {
+                packing_row<float>(s, d, size.width, [](const V (&p)[K]) {
+                    return simd::pack_sat<D>(simd::round_for<D>(p[0]), simd::round_for<D>(p[1]), simd::round_for<D>(p[2]),
+                                             simd::round_for<D>(p[3]));
+                });
+            } else {
+                // Truncation of the lanes clamped to D's range (NaN to 0 by the first clamp).
+                constexpr float top = static_cast<float>(max_value<D>());
+                auto truncated = [](V v) {
+                    const V low = v > V{} ? v : V{};
+                    return simd::convert<int32_t>(low < top ? low : V{} + top);
+                };
+                packing_row<float>(s, d, size.width, [truncated](const V (&p)[K]) {
+                    return simd::pack_sat<D>(truncated(p[0]), truncated(p[1]), truncated(p[2]), truncated(p[3]));
+                });
+            }
+        } else if constexpr (std::is_floating_point_v<D>) {
+            unary_row<float>(s, d, size.width, [](simd::lanes_of<S, float> v) { return simd::to_float(v); });
+        } else if constexpr (sizeof(D) > sizeof(S)) {
+            unary_row(s, d, size.width, [](simd::lanes_of<S, D> v) { return simd::widen<D>(v); });
+        } else {
+            packing_row<S>(s, d, size.width, [](const V (&p)[2]) { return simd::pack_sat<D>(p[0], p[1]); });
         }
     }
     return st_ok;
 }
+
+LUM_INSTANTIATE(convert, uint8_t, uint16_t)
+LUM_INSTANTIATE(convert, uint16_t, uint8_t)
+LUM_INSTANTIATE(convert, uint16_t, float)
+LUM_INSTANTIATE(convert, float, uint8_t)
 
 }  // namespace lum::prim::LUM_ISA

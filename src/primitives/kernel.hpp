@@ -215,4 +215,65 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
         for (int i = 0; i < L; ++i) k[v][i] = channels == 3 ? c[(v * L + i) % 3] : c[0];
 }
 
+// ---- rows of a region
+
+// Calls row(y, stores) for every row of a region whose destination samples
+// are D, with the stores with_stores_for picks for the region's size; streaming
+// stores are fenced before it returns.
+template <class D, class Row>
+inline void for_each_row(Size size, const Row& row) {
+    with_stores_for(int64_t{size.width} * size.height * int64_t(sizeof(D)), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) row(y, stores);
+        if (stores) simd::stream_fence();
+    });
+}
+
+// ---- packing rows
+
+// d[i] = op(parts) for narrowing work: each step writes one whole vector of D
+// from K = lanes<D> / lanes<M> parts, vectors of lanes<M> source samples each
+// (M the type the op computes in), so that the op narrows all of them with one
+// pack (simd::pack_sat) instead of one narrowing per part. Parts past the end
+// of the row hold 0.
+template <class M, class S, class D, class Op, class Stream = cached_stores>
+inline void packing_row(const S* s, D* d, int n, const Op& op, Stream stream = {}) {
+    constexpr int L = simd::lanes<D>, P = simd::lanes<M>, K = L / P;
+    static_assert(K >= 1 && K * P == L);
+    using VS = simd::lanes_of<S, M>;
+    row_steps<L, simd::vec<D>>(d, n, stream, [&](int x, int k) {
+        VS part[K];
+        for (int j = 0; j < K; ++j) {
+            const int valid = k - j * P < P ? k - j * P : P;
+            part[j] = valid == P ? simd::load_as<VS>(s + x + j * P)
+                                 : valid > 0 ? simd::load_first<VS>(s + x + j * P, valid) : VS{};
+        }
+        return op(part);
+    });
+}
+
+// ---- rows of three interleaved channels
+
+// Which of the three vectors of a channel period (starting at samples 0, L
+// and 2L of a row) has its first sample on the same channel as sample x.
+template <int L>
+inline int place_of_phase(int x) {
+    const int phase = x % 3;
+    return phase == 0 ? 0 : phase == L % 3 ? 1 : 2;
+}
+
+// d[i] = op(s[i], j) over vectors of lanes<W> samples, j the place (0, 1 or
+// 2) in the period of three vectors after which the channels of three
+// interleaved samples repeat: the vector's first sample is on the channel of
+// sample j × lanes of the row. An op picks its per-channel constants by j (for
+// one channel all three are the same), so the steps may start anywhere.
+template <class W, class S, class D, class Op, class Stream = cached_stores>
+inline void channel_row(const S* s, D* d, int n, const Op& op, Stream stream = {}) {
+    using VS = simd::lanes_of<S, W>;
+    constexpr int L = simd::lanes<W>;
+    row_steps<L, simd::lanes_of<D, W>>(d, n, stream, [&](int x, int k) {
+        const VS v = k == L ? simd::load_as<VS>(s + x) : simd::load_first<VS>(s + x, k);
+        return op(v, place_of_phase<L>(x));
+    });
+}
+
 }  // namespace lum::prim::LUM_ISA

@@ -4,21 +4,22 @@
 // last entry, so no lookup ever leaves the caller's table.
 #pragma once
 
+#include <cstdint>
+
 #include "primitives/primitive.hpp"
 
 namespace lum::prim {
 
-LUM_PRIMITIVE(lut_8u_c1r,
-              int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size, const uint8_t* table, int bits))
-// One channel to three: entry i is the three bytes table[3i .. 3i+2].
-LUM_PRIMITIVE(lut_8u_c1c3r,
-              int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size, const uint8_t* table, int bits))
-// Channel c through tables[c].
-LUM_PRIMITIVE(lut_8u_c3r, int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size,
-                              const uint8_t* const* tables, int bits))
-LUM_PRIMITIVE(lut_16u_c1r, int(const uint16_t* src, int src_step, uint16_t* dst, int dst_step, Size size,
-                               const uint16_t* table, int bits))
-LUM_PRIMITIVE(lut_16u_c3r, int(const uint16_t* src, int src_step, uint16_t* dst, int dst_step, Size size,
-                               const uint16_t* const* tables, int bits))
+// d = tables[c][s] for a sample s of channel c: `channels` (1 or 3) tables,
+// one per interleaved channel, read at any address. Regions count samples.
+LUM_KERNEL(lut, (class T), (T),
+           int(const T* src, int src_step, T* dst, int dst_step, Size size, const T* const* tables, int channels,
+               int bits))
+
+// One channel to three: entry i is the three bytes table[3i .. 3i+2]. The
+// size counts source samples.
+LUM_PRIMITIVE_ANY(lut_8u_c1c3,
+                  int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size, const uint8_t* table,
+                      int bits))
 
 }  // namespace lum::prim

@@ -1,112 +1,113 @@
-// Linear scaling kernels: one row loop per pair of sample types, the same
-// loop serving the in-place forms (source and destination rows then alias).
+// Linear scaling: one row loop per pair of sample types. Integer destinations
+// compute in float lanes (widen, convert, multiply, add, clamp, round) and pack
+// two or four vectors into one whole vector of samples; float destinations
+// compute in double lanes, so that the product and the sum are rounded once,
+// to float, at the end.
+#include <climits>
 #include <cmath>
 
 #include "primitives/kernel.hpp"
 #include "primitives/scale.hpp"
 
-
 namespace lum::prim::LUM_ISA {
 
 namespace {
 
-// Integer destinations: single precision, as the fast algorithm allows (the
-// error stays below 2^-24 of the result), rounded to nearest with halves to
-// even by adding and removing 1.5 × 2^23 after clamping to the range.
-// Float destinations: double precision, rounded once to float.
-template <class D>
-struct store {
-    using math = float;
-    static D from(float v) {
-        constexpr float top = D(~D(0));
-        v = v > 0.0f ? v : 0.0f;  // NaN included
-        v = v < top ? v : top;
-        v = (v + 12582912.0f) - 12582912.0f;
-        return static_cast<D>(static_cast<int>(v));
-    }
-};
-template <>
-struct store<float> {
-    using math = double;
-    static float from(double v) { return static_cast<float>(v); }
-};
-
-// Integer to integer with every result below 2^22 in magnitude: rounding by
-// the added constant needs no clamp beforehand, and the range is enforced on
-// integers (the same results, fewer operations).
-template <class S, class D>
-void scale_row_bounded(const S* __restrict s, D* __restrict d, int n, float a, float b) {
-    constexpr int top = D(~D(0));
-    for (int x = 0; x < n; ++x) {
-        const float v = (float(s[x]) * a + b + 12582912.0f) - 12582912.0f;
-        const int r = static_cast<int>(v);
-        d[x] = static_cast<D>(r < 0 ? 0 : r > top ? top : r);
-    }
+// Samples as float lanes: integers exactly (below 2^24), floats as they are.
+template <class V>
+inline auto as_float(V v) {
+    if constexpr (std::is_floating_point_v<simd::element_t<V>>) return v;
+    else return simd::to_float(v);
 }
 
+// Whether s × a + b is exact in double for every integer sample s of S, with
+// a and b floats: its bits then span at most 53 places, from the last
+// mantissa bit of a or b (samples are integers) to the larger magnitude and
+// one more for a carry. The double computation then rounds once, to float,
+// like a fused multiply-add in single precision.
 template <class S>
-bool results_bounded(double a, double b) {
-    if constexpr (std::is_same_v<S, float>) {
-        return false;
-    } else {
-        const double far = double(S(~S(0))) * a + b;
-        return std::fabs(b) < 4.0e6 && std::fabs(far) < 4.0e6;  // NaN fails too
+bool exact_in_double(double a, double b) {
+    if (!std::isfinite(a) || !std::isfinite(b) || double(float(a)) != a || double(float(b)) != b) return false;
+    int low = INT_MAX, high = INT_MIN;
+    if (a != 0.0) {
+        low = std::ilogb(a) - 23;
+        high = std::ilogb(double(max_value<S>()) * std::fabs(a)) + 1;
     }
-}
-
-template <class S, class D>
-void scale_row(const S* __restrict s, D* __restrict d, int n, double a, double b) {
-    using M = typename store<D>::math;
-    const M am = static_cast<M>(a), bm = static_cast<M>(b);
-    for (int x = 0; x < n; ++x) d[x] = store<D>::from(M(s[x]) * am + bm);
-}
-
-// Same loop without the no-alias promise, for in-place rows.
-template <class T>
-void scale_row_in_place(T* p, int n, double a, double b) {
-    using M = typename store<T>::math;
-    const M am = static_cast<M>(a), bm = static_cast<M>(b);
-    for (int x = 0; x < n; ++x) p[x] = store<T>::from(M(p[x]) * am + bm);
-}
-
-template <class S, class D>
-int scale(const S* src, int src_step, D* dst, int dst_step, Size z, double a, double b) {
-    if (!src || !dst) return st_null;
-    if (empty_region(z)) return st_size;
-    [[maybe_unused]] const bool bounded = results_bounded<S>(a, b);
-    for (int y = 0; y < z.height; ++y) {
-        const S* s = row_at(src, src_step, y);
-        D* d = row_at(dst, dst_step, y);
-        if (static_cast<const void*>(s) == static_cast<const void*>(d) && sizeof(S) == sizeof(D))
-            scale_row_in_place(d, z.width, a, b);
-        else if constexpr (!std::is_same_v<D, float>) {
-            if (bounded)
-                scale_row_bounded(s, d, z.width, static_cast<float>(a), static_cast<float>(b));
-            else
-                scale_row(s, d, z.width, a, b);
-        } else
-            scale_row(s, d, z.width, a, b);
+    if (b != 0.0) {
+        low = min_of(low, std::ilogb(b) - 23);
+        high = max_of(high, std::ilogb(b) + 1);
     }
-    return st_ok;
+    return low == INT_MAX || high - low + 1 <= 53;
+}
+
+// Samples as 32-bit lanes, integers widened (for conversion to double).
+template <class V>
+inline auto as_32_bits(V v) {
+    if constexpr (sizeof(simd::element_t<V>) == 4) return v;
+    else return (simd::lanes_of<int32_t, float>)simd::widen<uint32_t>(v);
 }
 
 }  // namespace
 
-#define LUM_SCALE(name, S, D) \
-    int name(const S* s, int ss, D* d, int ds, Size z, double a, double b) { return scale(s, ss, d, ds, z, a, b); }
-LUM_SCALE(scale_8u8u_c1r, uint8_t, uint8_t)
-LUM_SCALE(scale_8u16u_c1r, uint8_t, uint16_t)
-LUM_SCALE(scale_8u32f_c1r, uint8_t, float)
-LUM_SCALE(scale_16u8u_c1r, uint16_t, uint8_t)
-LUM_SCALE(scale_16u16u_c1r, uint16_t, uint16_t)
-LUM_SCALE(scale_16u32f_c1r, uint16_t, float)
-LUM_SCALE(scale_32f8u_c1r, float, uint8_t)
-LUM_SCALE(scale_32f16u_c1r, float, uint16_t)
-LUM_SCALE(scale_32f32f_c1r, float, float)
-#undef LUM_SCALE
+template <class S, class D>
+int scale(const S* src, int src_step, D* dst, int dst_step, Size size, double a, double b) {
+    if (!src || !dst) return st_null;
+    if (empty_region(size)) return st_size;
+    if constexpr (std::is_floating_point_v<D>) {
+        // Single precision gives the same bits for every sample when b is ±0
+        // and a a float (either way the exact product is rounded once to
+        // float), or when a is 1 and b a float (a sum of two floats rounded
+        // through double equals the sum rounded once: 53 ≥ 2 × 24 + 2).
+        if ((b == 0.0 && double(float(a)) == a) || (a == 1.0 && double(float(b)) == b)) {
+            const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
+            for (int y = 0; y < size.height; ++y)
+                unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                                 [av, bv](simd::lanes_of<S, float> s) { return as_float(s) * av + bv; });
+            return st_ok;
+        }
+        if constexpr (simd::has_fma && !std::is_floating_point_v<S>) {
+            if (exact_in_double<S>(a, b)) {
+                const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
+                for (int y = 0; y < size.height; ++y)
+                    unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                                     [av, bv](simd::lanes_of<S, float> s) {
+                                         return simd::fused_multiply_add(simd::to_float(s), av, bv);
+                                     });
+                return st_ok;
+            }
+        }
+        // Two halves in double lanes, stored as one whole vector of floats.
+        const auto av = simd::splat(a), bv = simd::splat(b);
+        auto half = [av, bv](auto s) {
+            return __builtin_convertvector(simd::to_double(s) * av + bv, simd::lanes_of<float, double>);
+        };
+        for (int y = 0; y < size.height; ++y)
+            unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                             [half](simd::lanes_of<S, float> s) {
+                                 const auto w = as_32_bits(s);
+                                 return simd::join(half(simd::part<2, 0>(w)), half(simd::part<2, 1>(w)));
+                             });
+    } else {
+        const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
+        constexpr int K = simd::lanes<D> / simd::lanes<float>;
+        auto rounded = [av, bv](auto s) { return simd::round_for<D>(as_float(s) * av + bv); };
+        for (int y = 0; y < size.height; ++y)
+            packing_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                               [rounded](const simd::lanes_of<S, float> (&s)[K]) {
+                                   if constexpr (K == 4)
+                                       return simd::pack_sat<D>(rounded(s[0]), rounded(s[1]), rounded(s[2]), rounded(s[3]));
+                                   else
+                                       return simd::pack_sat<D>(rounded(s[0]), rounded(s[1]));
+                               });
+    }
+    return st_ok;
+}
 
-int scale_8u_c1ir(uint8_t* p, int step, Size z, double a, double b) { return scale(p, step, p, step, z, a, b); }
-int scale_16u_c1ir(uint16_t* p, int step, Size z, double a, double b) { return scale(p, step, p, step, z, a, b); }
-int scale_32f_c1ir(float* p, int step, Size z, double a, double b) { return scale(p, step, p, step, z, a, b); }
+#define LUM_SCALE_FROM(S) \
+    LUM_INSTANTIATE(scale, S, uint8_t) LUM_INSTANTIATE(scale, S, uint16_t) LUM_INSTANTIATE(scale, S, float)
+LUM_SCALE_FROM(uint8_t)
+LUM_SCALE_FROM(uint16_t)
+LUM_SCALE_FROM(float)
+#undef LUM_SCALE_FROM
 
 }  // namespace lum::prim::LUM_ISA

@@ -20,7 +20,12 @@
 #include <utility>
 
 #if defined(__SSE2__)
+// GCC 12 takes the deliberately undefined pass-through operand inside the
+// intrinsics' own bodies for an uninitialised read.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #include <immintrin.h>
+#pragma GCC diagnostic pop
 #endif
 
 #ifndef LUM_ISA
@@ -77,7 +82,9 @@ inline void store(void* p, V v) {
 }
 template <class T>
 inline vec<T> splat(T value) {
-    return vec<T>{} + value;
+    vec<T> v;  // lane by lane, not 0 + value: a float -0 keeps its sign
+    for (int i = 0; i < lanes<T>; ++i) v[i] = value;
+    return v;
 }
 
 #if defined(__AVX512BW__)
@@ -395,7 +402,9 @@ inline auto narrow_sat(V v) {
             if constexpr (sizeof(U) == 2) {
                 return (R)_mm256_castsi256_si128(_mm256_permute4x64_epi64(w, 0x08));
             } else {
-                const __m256i b = _mm256_packus_epi16(w, w);
+                // The byte pack reads words as signed: words of 32768 and above are first lowered to 255.
+                const __m256i low = _mm256_min_epu16(w, _mm256_set1_epi16(255));
+                const __m256i b = _mm256_packus_epi16(low, low);
                 return detail::from_m128<R>(
                     _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(b, _mm256_setr_epi32(0, 4, 0, 0, 0, 0, 0, 0))));
             }
@@ -407,8 +416,9 @@ inline auto narrow_sat(V v) {
     if constexpr (sizeof(V) == 16) {
         if constexpr (std::is_same_v<T, int32_t>) {
             const __m128i w = _mm_packus_epi32((__m128i)v, (__m128i)v);
+            const __m128i low = _mm_min_epu16(w, _mm_set1_epi16(255));  // the byte pack reads words as signed
             if constexpr (sizeof(U) == 2) return detail::from_m128<R>(w);
-            else return detail::from_m128<R>(_mm_packus_epi16(w, w));
+            else return detail::from_m128<R>(_mm_packus_epi16(low, low));
         } else {
             const __m128i x = _mm_min_epu16((__m128i)v, _mm_set1_epi16(255));
             return detail::from_m128<R>(_mm_packus_epi16(x, x));
@@ -738,5 +748,262 @@ inline auto round_even_wide(V v) {
     const V rounded = (v + 6755399441055744.0) - 6755399441055744.0;
     return __builtin_convertvector(rounded, vec<int32_t, 4 * n>);
 }
+
+// ---- arithmetic family: double lanes, byte tables
+
+// Unsigned 8- or 16-bit, int32 or float lanes as doubles (exactly). The
+// conversions of whole registers are spelled out: GCC 12 takes a vector
+// conversion to twice the width apart into halves.
+template <class V>
+inline auto to_double(V v) {
+    using T = element_t<V>;
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(T));
+    using R = vec<double, 8 * n>;
+    if constexpr (sizeof(T) < 4) {
+        return to_double((vec<int32_t, 4 * n>)widen<uint32_t>(v));
+    } else {
+        static_assert(std::is_same_v<T, float> || std::is_same_v<T, int32_t>);
+        [[maybe_unused]] constexpr bool floats = std::is_same_v<T, float>;
+#if defined(__AVX512F__)
+        if constexpr (sizeof(R) == 64 && floats) return (R)_mm512_cvtps_pd((__m256)v);
+        if constexpr (sizeof(R) == 64 && !floats) return (R)_mm512_cvtepi32_pd((__m256i)v);
+#endif
+#if defined(__AVX__)
+        if constexpr (sizeof(R) == 32 && floats) return (R)_mm256_cvtps_pd((__m128)v);
+        if constexpr (sizeof(R) == 32 && !floats) return (R)_mm256_cvtepi32_pd((__m128i)v);
+#endif
+        return __builtin_convertvector(v, R);
+    }
+}
+
+// Whether the level has fused multiply-add: a × b + c rounded once.
+#if defined(__FMA__)
+inline constexpr bool has_fma = true;
+#else
+inline constexpr bool has_fma = false;
+#endif
+
+// a × b + c of float lanes rounded once (only where has_fma).
+template <class V>
+inline V fused_multiply_add(V a, V b, V c) {
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (V)_mm512_fmadd_ps((__m512)a, (__m512)b, (__m512)c);
+#endif
+#if defined(__FMA__)
+    if constexpr (sizeof(V) == 32) return (V)_mm256_fmadd_ps((__m256)a, (__m256)b, (__m256)c);
+    if constexpr (sizeof(V) == 16) return (V)_mm_fmadd_ps((__m128)a, (__m128)b, (__m128)c);
+#endif
+    V r;
+    for (size_t k = 0; k < sizeof(V) / sizeof(a[0]); ++k) r[k] = __builtin_fmaf(a[k], b[k], c[k]);
+    return r;
+}
+
+// Double lanes to 32-bit integers, rounded to nearest with halves to even (the
+// processor's mode); lanes outside the int32 range or NaN give INT32_MIN.
+template <class V>
+inline auto round_even_double(V v) {
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(double));
+    using I = vec<int32_t, 4 * n>;
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (I)_mm512_cvtpd_epi32((__m512d)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32) return (I)_mm256_cvtpd_epi32((__m256d)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return detail::from_m128<I>(_mm_cvtpd_epi32((__m128d)v));
+#endif
+    I r;
+    for (int k = 0; k < n; ++k) r[k] = static_cast<int32_t>(__builtin_rint(v[k]));
+    return r;
+}
+
+// Float (or double) lanes rounded half to even to int32 lanes ready to be
+// narrowed to U: lanes above U's maximum give the maximum, NaN gives INT32_MIN,
+// which the saturating narrowing raises to 0 like every other negative lane.
+template <class U, class V>
+inline auto round_for(V v) {
+    constexpr bool wide = std::is_same_v<element_t<V>, double>;
+    const V top = V{} + static_cast<element_t<V>>(U(~U{0}));
+    V low = v;  // the minimum with top first keeps NaN
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64 && wide) low = (V)_mm512_min_pd((__m512d)top, (__m512d)v);
+    if constexpr (sizeof(V) == 64 && !wide) low = (V)_mm512_min_ps((__m512)top, (__m512)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32 && wide) low = (V)_mm256_min_pd((__m256d)top, (__m256d)v);
+    if constexpr (sizeof(V) == 32 && !wide) low = (V)_mm256_min_ps((__m256)top, (__m256)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16 && wide) low = (V)_mm_min_pd((__m128d)top, (__m128d)v);
+    if constexpr (sizeof(V) == 16 && !wide) low = (V)_mm_min_ps((__m128)top, (__m128)v);
+#endif
+    if constexpr (sizeof(V) < 16) low = top < v ? top : v;
+    if constexpr (wide) return round_even_double(low);
+    else return round_even(low);
+}
+
+// Float or double lanes stored as unsigned samples of type U: rounded half to
+// even and saturated, NaN giving 0 (round_clamped then narrow_sat, in fewer steps).
+template <class U, class V>
+inline auto to_unsigned(V v) {
+    return narrow_sat<U>(round_for<U>(v));
+}
+
+// Whole vectors of int32 lanes (two for 16-bit U, four for bytes) or of
+// uint16 lanes (two, for bytes) narrowed with saturation into one whole
+// vector of U, lane order kept: one pack per pair where narrow_sat takes a
+// narrowing per vector (and would otherwise be merged into a slow narrowing
+// store).
+template <class U, class V>
+inline vec<U> pack_sat(V a, V b) {
+    using T = element_t<V>;
+    static_assert(sizeof(V) == kBytes && 2 * sizeof(U) == sizeof(T));
+    static_assert(std::is_same_v<T, int32_t> || std::is_same_v<T, uint16_t>);
+#if defined(__AVX512BW__)
+    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    if constexpr (std::is_same_v<T, int32_t>) {
+        return (vec<U>)_mm512_permutexvar_epi64(order, _mm512_packus_epi32((__m512i)a, (__m512i)b));
+    } else {
+        const __m512i top = _mm512_set1_epi16(255);  // the byte pack reads words as signed
+        return (vec<U>)_mm512_permutexvar_epi64(
+            order, _mm512_packus_epi16(_mm512_min_epu16((__m512i)a, top), _mm512_min_epu16((__m512i)b, top)));
+    }
+#elif defined(__AVX2__)
+    if constexpr (std::is_same_v<T, int32_t>) {
+        return (vec<U>)_mm256_permute4x64_epi64(_mm256_packus_epi32((__m256i)a, (__m256i)b), 0xD8);
+    } else {
+        const __m256i top = _mm256_set1_epi16(255);
+        return (vec<U>)_mm256_permute4x64_epi64(
+            _mm256_packus_epi16(_mm256_min_epu16((__m256i)a, top), _mm256_min_epu16((__m256i)b, top)), 0xD8);
+    }
+#else
+    return join(narrow_sat<U>(a), narrow_sat<U>(b));
+#endif
+}
+template <class U, class V>
+inline vec<U> pack_sat(V a, V b, V c, V d) {
+    static_assert(sizeof(V) == kBytes && sizeof(U) == 1 && std::is_same_v<element_t<V>, int32_t>);
+    // Signed packing to words first: lanes above 32767 stay above 255, negative lanes stay negative.
+#if defined(__AVX512BW__)
+    const __m512i bytes = _mm512_packus_epi16(_mm512_packs_epi32((__m512i)a, (__m512i)b),
+                                              _mm512_packs_epi32((__m512i)c, (__m512i)d));
+    return (vec<U>)_mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15),
+                                            bytes);
+#elif defined(__AVX2__)
+    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32((__m256i)a, (__m256i)b),
+                                              _mm256_packs_epi32((__m256i)c, (__m256i)d));
+    return (vec<U>)_mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+#elif defined(__SSE2__)
+    return (vec<U>)_mm_packus_epi16(_mm_packs_epi32((__m128i)a, (__m128i)b), _mm_packs_epi32((__m128i)c, (__m128i)d));
+#else
+    return join(join(narrow_sat<U>(a), narrow_sat<U>(b)), join(narrow_sat<U>(c), narrow_sat<U>(d)));
+#endif
+}
+
+// Part k of K equal parts of v's lanes, and K parts joined back in order.
+template <int K, int k, class V, size_t... I>
+inline auto part(V v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(v, v, static_cast<int>(k * sizeof...(I) + I)...);
+}
+template <int K, int k, class V>
+inline auto part(V v) {
+    return part<K, k>(v, std::make_index_sequence<sizeof(V) / sizeof(element_t<V>) / K>());
+}
+template <class V>
+inline V join_parts(V a) {
+    return a;
+}
+template <class V>
+inline auto join_parts(V a, V b) {
+    return join(a, b);
+}
+template <class V>
+inline auto join_parts(V a, V b, V c, V d) {
+    return join(join(a, b), join(c, d));
+}
+
+// A table of 256 bytes looked up by whole vectors of byte indexes. AVX-512BW
+// holds the table in four registers and looks up 16-bit words with
+// two-register permutes (the word holding entries 2j and 2j + 1, then the byte
+// of it the index names), even and odd bytes apart; the other levels read the
+// table lane by lane.
+class byte_table {
+public:
+    explicit byte_table(const uint8_t* t) : table_(t) {
+#if defined(__AVX512BW__)
+        for (int k = 0; k < 4; ++k) quarter_[k] = _mm512_loadu_si512(t + 64 * k);
+#endif
+    }
+    template <class V>
+    V operator()(V index) const {
+        static_assert(std::is_same_v<element_t<V>, uint8_t>);
+#if defined(__AVX512BW__)
+        if constexpr (sizeof(V) == 64) {
+            const __m512i w = (__m512i)index;
+            // Word j of the permutes is read from the low 7 bits of each index word; bit 7 of the byte picks
+            // the upper half of the table.
+            const __m512i even = words(_mm512_srli_epi16(w, 1), _mm512_test_epi16_mask(w, _mm512_set1_epi16(0x80)));
+            const __m512i odd = words(_mm512_srli_epi16(w, 9), _mm512_test_epi16_mask(w, _mm512_set1_epi16(-0x8000)));
+            // An odd index wants the high byte of its word, an even one the low byte.
+            const __mmask32 even_odd = _mm512_test_epi16_mask(w, _mm512_set1_epi16(0x0001));
+            const __mmask32 odd_even = _mm512_testn_epi16_mask(w, _mm512_set1_epi16(0x0100));
+            const __m512i lo = _mm512_and_si512(_mm512_mask_srli_epi16(even, even_odd, even, 8), _mm512_set1_epi16(0x00FF));
+            const __m512i hi = _mm512_and_si512(_mm512_mask_slli_epi16(odd, odd_even, odd, 8), _mm512_set1_epi16(-0x100));
+            return (V)_mm512_or_si512(lo, hi);
+        }
+#endif
+        constexpr int n = static_cast<int>(sizeof(V));
+        uint8_t in[n], out[n];
+        std::memcpy(in, &index, n);
+        for (int k = 0; k < n; ++k) out[k] = table_[in[k]];
+        return load_as<V>(out);
+    }
+
+private:
+    const uint8_t* table_;
+#if defined(__AVX512BW__)
+    __m512i words(__m512i j, __mmask32 upper) const {
+        return _mm512_mask_blend_epi16(upper, _mm512_permutex2var_epi16(quarter_[0], j, quarter_[1]),
+                                       _mm512_permutex2var_epi16(quarter_[2], j, quarter_[3]));
+    }
+    __m512i quarter_[4];
+#endif
+};
+
+// Three byte tables for three interleaved channels: lane i of a vector whose
+// first sample is of channel `phase` reads table (phase + i) % 3. AVX-512BW
+// looks every lane up in all three and keeps each lane's own; the other levels
+// read lane by lane.
+class byte_tables3 {
+public:
+    byte_tables3(const uint8_t* t0, const uint8_t* t1, const uint8_t* t2)
+        : t_{byte_table(t0), byte_table(t1), byte_table(t2)}, raw_{t0, t1, t2} {
+        for (int phase = 0; phase < 3; ++phase)
+            for (int i = 0; i < 64; ++i) {
+                const int c = (phase + i) % 3;
+                if (c > 0) lanes_of_[c - 1][phase] |= uint64_t(1) << i;
+            }
+    }
+    template <class V>
+    V operator()(V index, int phase) const {
+        constexpr int n = static_cast<int>(sizeof(V));
+#if defined(__AVX512BW__)
+        if constexpr (n == 64) {
+            const __m512i r = _mm512_mask_blend_epi8(lanes_of_[0][phase], (__m512i)t_[0](index), (__m512i)t_[1](index));
+            return (V)_mm512_mask_blend_epi8(lanes_of_[1][phase], r, (__m512i)t_[2](index));
+        }
+#endif
+        uint8_t in[n], out[n];
+        std::memcpy(in, &index, n);
+        for (int k = 0, c = phase; k < n; ++k, c = c == 2 ? 0 : c + 1) out[k] = raw_[c][in[k]];
+        return load_as<V>(out);
+    }
+
+private:
+    byte_table t_[3];
+    const uint8_t* raw_[3];
+    uint64_t lanes_of_[2][3] = {};  // lanes of channels 1 and 2, per phase
+};
 
 }  // namespace lum::prim::LUM_ISA::simd

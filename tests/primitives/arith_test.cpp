@@ -1,6 +1,6 @@
 // Element-wise kernels: every processor variant against a plain scalar
-// reference on odd widths and steps at odd addresses, byte for byte, with the
-// bytes around each region left alone.
+// reference on odd widths and steps, at odd addresses and on whole samples,
+// byte for byte, with the bytes around each region left alone.
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -11,12 +11,14 @@
 #include "primitives/shift.hpp"
 #include "support/regions.hpp"
 #include "support/support.hpp"
+#include "support/unary_check.hpp"
 
 namespace {
 
 using lum::prim::Size;
 using lum::test::for_each_variant;
 using lum::test::kTestWidths;
+using lum::test::expect_unary_matches;
 using lum::test::Region;
 namespace op = lum::prim::op;
 
@@ -32,31 +34,16 @@ void expect_same(const Region<D>& got, const Region<D>& want, const char* what, 
 template <class A, class B, class D, class K, class R>
 void check(const char* what, K kernel, R ref, int expected_status = 0, uint32_t range = 0) {
     for_each_variant([&](int) {
-        for (int w : kTestWidths) {
-            Region<A> a(w, kRows, 1, range);
-            Region<B> b(w, kRows, 2, range);
+        for (int w : kTestWidths)
+        for (bool aligned : {false, true}) {
+            Region<A> a(w, kRows, 1, range, aligned);
+            Region<B> b(w, kRows, 2, range, aligned);
             if (expected_status != 0) a.set(0, 0, A(0));  // the sample that raises the warning
-            Region<D> got(w, kRows, 3, range), want = got;
+            Region<D> got(w, kRows, 3, range, aligned), want = got;
             ASSERT_EQ(kernel(a.data(), a.step, b.data(), b.step, got.data(), got.step, Size{w, kRows}), expected_status)
                 << what;
             for (int y = 0; y < kRows; ++y)
                 for (int i = 0; i < w; ++i) want.set(i, y, ref(a.get(i, y), b.get(i, y), want.get(i, y), i));
-            expect_same(got, want, what, w);
-        }
-    });
-}
-
-// Kernels of the older shape, a source and a source-destination of w pixels
-// of ch channels, on aligned regions; ref(source sample, old sample, index).
-template <class S, class D, class K, class R>
-void in_place(const char* what, int ch, K kernel, R ref) {
-    for_each_variant([&](int) {
-        for (int w : kTestWidths) {
-            Region<S> a(w * ch, kRows, 4, 0, true);
-            Region<D> got(w * ch, kRows, 5, 0, true), want = got;
-            ASSERT_EQ(kernel(a.data(), a.step, got.data(), got.step, Size{w, kRows}), 0) << what;
-            for (int y = 0; y < kRows; ++y)
-                for (int i = 0; i < w * ch; ++i) want.set(i, y, ref(a.get(i, y), want.get(i, y), i));
             expect_same(got, want, what, w);
         }
     });
@@ -201,87 +188,171 @@ TEST(ElementwiseKernels, AccumulationIntoFloat) {
     check<float, float, float>("add 32f", accumulate(float{}, 0), [](float a, float, float o, int) { return o + a; });
 }
 
+TEST(ElementwiseKernels, ClampedFormsLowerEveryResultToTheTop) {
+    const uint8_t c8[3] = {7, 250, 0};
+    const uint16_t c16[3] = {1000, 65535, 3};
+    for (const int top : {0, 127, 255, 4095, 65535}) {
+        SCOPED_TRACE(top);
+        auto add = [top](auto a, auto b, auto, int) {
+            using T = decltype(a);
+            return std::min(saturate<T>(double(a) + b), static_cast<T>(std::min<int>(top, std::numeric_limits<T>::max())));
+        };
+        if (top <= 255)
+            check<uint8_t, uint8_t, uint8_t>("add 8u", [top](const uint8_t* a, int sa, const uint8_t* b, int sb, uint8_t* d, int sd, Size z) {
+                return lum::prim::binary_clamped<uint8_t, op::add>(a, sa, b, sb, d, sd, z, uint8_t(top));
+            }, add);
+        check<uint16_t, uint16_t, uint16_t>("add 16u", [top](const uint16_t* a, int sa, const uint16_t* b, int sb, uint16_t* d, int sd, Size z) {
+            return lum::prim::binary_clamped<uint16_t, op::add>(a, sa, b, sb, d, sd, z, uint16_t(top));
+        }, add);
+        for (int channels : {1, 3}) {
+            auto with = [channels](const auto* c, int i) { return c[channels == 3 ? i % 3 : 0]; };
+            if (top <= 255)
+                expect_unary_matches<uint8_t, uint8_t>("add constant 8u", [&](const uint8_t* s, int ss, uint8_t* d, int ds, Size z) {
+                    return lum::prim::constant_clamped<uint8_t, op::add>(s, ss, d, ds, z, c8, channels, uint8_t(top));
+                }, [&](uint8_t s, uint8_t, int i) { return std::min<uint8_t>(saturate<uint8_t>(double(s) + with(c8, i)), top); }, 0, true);
+            expect_unary_matches<uint16_t, uint16_t>("add constant 16u", [&](const uint16_t* s, int ss, uint16_t* d, int ds, Size z) {
+                return lum::prim::constant_clamped<uint16_t, op::add>(s, ss, d, ds, z, c16, channels, uint16_t(top));
+            }, [&](uint16_t s, uint16_t, int i) { return std::min<uint16_t>(saturate<uint16_t>(double(s) + with(c16, i)), top); });
+        }
+    }
+}
+
+// The double-precision rule of the multiplications: the product of the sample
+// (less the offset, for bytes) clamped to the range, rounded half to even.
+template <class T>
+T exact_product(T v, double c, int offset = 0) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return static_cast<T>(double(v) * c);
+    } else {
+        const double p = double(std::max(int(v) - offset, 0)) * c;
+        return std::isnan(p) ? T(0) : saturate<T>(std::nearbyint(p));
+    }
+}
+
+template <class T>
+lum::prim::multiply_plan plan_of(const double* factors, int channels, uint32_t top, const uint8_t* offsets = nullptr) {
+    lum::prim::multiply_plan plan;
+    EXPECT_EQ(lum::prim::plan_multiply<T>(factors, channels, top, offsets, plan), 0);
+    return plan;
+}
+
 // 8-bit products run in single precision when a float factor reproduces the
-// double results for all 256 values, from a table otherwise: both must equal
-// the double-precision rule for every byte, near-halves included.
+// double results for all 256 values (a few patched), from a table otherwise:
+// both must equal the double-precision rule for every byte, near-halves
+// included, with and without an offset subtracted first.
 TEST(ArithKernels, EightBitMultiplyEqualsDoublePrecisionForEveryByte) {
     using namespace lum::prim;
     std::mt19937 rng(17);
-    std::vector<double> factors = {2.55, 1.7, 255.0 / 149.1, 0.1, 1.0 / 3, 100.5, 20000.0, -1.0, 0.0};
+    std::vector<double> factors = {2.55, 1.7, 255.0 / 149.1, 0.1, 1.0 / 3, 100.5, 20000.0, -1.0, 0.0, HUGE_VAL, std::nan("")};
     for (int k = 0; k < 300; ++k) factors.push_back(std::ldexp(double(rng() % 1000000), -int(rng() % 20)));
     for_each_variant([&](int) {
         for (const double c : factors) {
-            uint8_t v[256], v3[3 * 256];
+            const double c3[3] = {c, c * 0.5, 1.0};
+            const uint8_t offsets[3] = {0, 50, 255};
+            uint8_t v[256], v3[3 * 256], w3[3 * 256];
             for (int i = 0; i < 256; ++i) v[i] = uint8_t(i);
             for (int i = 0; i < 768; ++i) v3[i] = uint8_t(i / 3);
-            const double c3[3] = {c, c * 0.5, 1.0};
-            ASSERT_EQ(mul_c_8u_c1ir(v, 256, {256, 1}, &c), 0);
-            ASSERT_EQ(mul_c_8u_c3ir(v3, 768, {256, 1}, c3), 0);
+            const multiply_plan one = plan_of<uint8_t>(&c, 1, 255), three = plan_of<uint8_t>(c3, 3, 255),
+                                shifted = plan_of<uint8_t>(c3, 3, 200, offsets);
+            ASSERT_EQ(multiply<uint8_t>(v, 256, v, 256, {256, 1}, &one), 0);
+            ASSERT_EQ(multiply<uint8_t>(v3, 768, w3, 768, {768, 1}, &shifted), 0);
+            ASSERT_EQ(multiply<uint8_t>(v3, 768, v3, 768, {768, 1}, &three), 0);
             for (int i = 0; i < 256; ++i) {
-                ASSERT_EQ(v[i], saturate<uint8_t>(std::nearbyint(double(i) * c))) << c << " at " << i;
-                for (int ch = 0; ch < 3; ++ch)
-                    ASSERT_EQ(v3[3 * i + ch], saturate<uint8_t>(std::nearbyint(double(i) * c3[ch]))) << c << " at " << i;
+                ASSERT_EQ(v[i], exact_product<uint8_t>(uint8_t(i), c)) << c << " at " << i;
+                for (int ch = 0; ch < 3; ++ch) {
+                    ASSERT_EQ(v3[3 * i + ch], exact_product<uint8_t>(uint8_t(i), c3[ch])) << c << " at " << i;
+                    ASSERT_EQ(w3[3 * i + ch], std::min<uint8_t>(exact_product<uint8_t>(uint8_t(i), c3[ch], offsets[ch]), 200))
+                        << c << " at " << i;
+                }
             }
         }
     });
 }
 
-TEST(ArithKernels, ShiftsMatchTheReferenceForEveryCount) {
-    using namespace lum::prim;
+TEST(ArithKernels, MultiplicationsMatchTheReferenceAtAnyAddress) {
+    const double factors[3] = {1.0001, 0.4999, 3.5};
+    for (int channels : {1, 3}) {
+        SCOPED_TRACE(channels);
+        auto with = [channels, &factors](int i) { return factors[channels == 3 ? i % 3 : 0]; };
+        for (const uint32_t top : {65535u, 4095u}) {
+            const auto plan = plan_of<uint16_t>(factors, channels, top);
+            expect_unary_matches<uint16_t, uint16_t>("16u", [&](const uint16_t* s, int ss, uint16_t* d, int ds, Size z) {
+                return lum::prim::multiply<uint16_t>(s, ss, d, ds, z, &plan);
+            }, [&](uint16_t s, uint16_t, int i) { return std::min<uint16_t>(exact_product<uint16_t>(s, with(i)), top); }, 0, true);
+        }
+        const auto bytes = plan_of<uint8_t>(factors, channels, 100);
+        expect_unary_matches<uint8_t, uint8_t>("8u", [&](const uint8_t* s, int ss, uint8_t* d, int ds, Size z) {
+            return lum::prim::multiply<uint8_t>(s, ss, d, ds, z, &bytes);
+        }, [&](uint8_t s, uint8_t, int i) { return std::min<uint8_t>(exact_product<uint8_t>(s, with(i)), 100); });
+        const auto floats = plan_of<float>(factors, channels, 0);
+        expect_unary_matches<float, float>("32f", [&](const float* s, int ss, float* d, int ds, Size z) {
+            return lum::prim::multiply<float>(s, ss, d, ds, z, &floats);
+        }, [&](float s, float, int i) { return exact_product<float>(s, with(i)); }, 0, true);
+    }
+}
+
+template <class S, class D, class Dir>
+void check_shift(uint32_t c, bool in_place = false) {
+    constexpr bool left = std::is_same_v<Dir, op::shift_left>;
+    using W = std::conditional_t<(sizeof(S) > sizeof(D)), S, D>;
+    auto kernel = [c](const S* s, int ss, D* d, int ds, Size z) { return lum::prim::shift<S, D, Dir>(s, ss, d, ds, z, c); };
+    // Shifted at the wider width (bits beyond it lost), then saturated to D.
+    auto ref = [c](S s, D, int) {
+        const uint64_t w = c >= 8 * sizeof(W) ? 0 : static_cast<W>(left ? uint64_t(s) << c : uint64_t(s) >> c);
+        return static_cast<D>(std::min<uint64_t>(w, std::numeric_limits<D>::max()));
+    };
+    expect_unary_matches<S, D>(left ? "left" : "right", kernel, ref, 0, in_place);
+}
+
+TEST(ArithKernels, ShiftsMatchTheReferenceForEveryCountAndPair) {
     for (uint32_t c : {0u, 1u, 3u, 7u, 8u, 12u, 15u, 16u, 31u, 40u}) {
         SCOPED_TRACE(c);
-        auto l = [c](auto s, auto, int) { return static_cast<decltype(s)>(c >= 32 ? 0 : (uint64_t(s) << c)); };
-        auto r = [c](auto s, auto, int) { return static_cast<decltype(s)>(c >= 32 ? 0 : (uint64_t(s) >> c)); };
-        in_place<uint8_t, uint8_t>("lshift 8u", 1, [c](const uint8_t* a, int sa, uint8_t* d, int sd, Size z) {
-            return lshift_8u_c1r(a, sa, d, sd, z, c);
-        }, l);
-        in_place<uint16_t, uint16_t>("rshift 16u", 1, [c](const uint16_t* a, int sa, uint16_t* d, int sd, Size z) {
-            return rshift_16u_c1r(a, sa, d, sd, z, c);
-        }, r);
-        auto li = [c](auto, auto o, int) { return static_cast<decltype(o)>(c >= 32 ? 0 : (uint64_t(o) << c)); };
-        auto ri = [c](auto, auto o, int) { return static_cast<decltype(o)>(c >= 32 ? 0 : (uint64_t(o) >> c)); };
-        in_place<uint16_t, uint16_t>("lshift 16u in place", 1,
-                                     [c](const uint16_t*, int, uint16_t* p, int s, Size z) { return lshift_16u_c1ir(c, p, s, z); }, li);
-        in_place<uint8_t, uint8_t>("rshift 8u", 1, [c](const uint8_t* a, int sa, uint8_t* d, int sd, Size z) {
-            return rshift_8u_c1r(a, sa, d, sd, z, c);
-        }, r);
-        in_place<uint8_t, uint8_t>("lshift 8u in place", 1,
-                                   [c](const uint8_t*, int, uint8_t* p, int s, Size z) { return lshift_8u_c1ir(c, p, s, z); }, li);
-        in_place<uint8_t, uint8_t>("rshift 8u in place", 1,
-                                   [c](const uint8_t*, int, uint8_t* p, int s, Size z) { return rshift_8u_c1ir(c, p, s, z); }, ri);
+        check_shift<uint8_t, uint8_t, op::shift_left>(c);
+        check_shift<uint8_t, uint8_t, op::shift_right>(c, true);
+        check_shift<uint16_t, uint16_t, op::shift_left>(c, true);
+        check_shift<uint16_t, uint16_t, op::shift_right>(c);
+        check_shift<uint16_t, uint8_t, op::shift_left>(c);
+        check_shift<uint16_t, uint8_t, op::shift_right>(c);
+        check_shift<uint8_t, uint16_t, op::shift_left>(c);
+        check_shift<uint8_t, uint16_t, op::shift_right>(c);
     }
 }
 
 TEST(ArithKernels, LookUpsClampIndexesToTheTable) {
-    using namespace lum::prim;
+    using lum::prim::lut;
     std::vector<uint8_t> t8(3 * 256);
-    std::vector<uint16_t> t16(2 * 4096);
+    std::vector<uint8_t> t16_bytes(2 * 2 * 4096 + 1);  // 16-bit entries read from an odd address
     std::mt19937 rng(9);
     for (auto& v : t8) v = uint8_t(rng());
-    for (auto& v : t16) v = uint16_t(rng());
-    for (int bits : {8, 5}) {
-        const int last = (1 << bits) - 1;
-        in_place<uint8_t, uint8_t>("lut 8u", 1, [&](const uint8_t* a, int sa, uint8_t* d, int sd, Size z) {
-            return lut_8u_c1r(a, sa, d, sd, z, t8.data(), bits);
-        }, [&](uint8_t s, uint8_t, int) { return t8[s < last ? s : last]; });
+    for (auto& v : t16_bytes) v = uint8_t(rng());
+    const auto* t16 = reinterpret_cast<const uint16_t*>(t16_bytes.data() + 1);
+    auto entry16 = [&](int i) {
+        uint16_t v;
+        std::memcpy(&v, t16_bytes.data() + 1 + 2 * i, 2);
+        return v;
+    };
+    for (int bits : {8, 5, 0, 12}) {
+        SCOPED_TRACE(bits);
+        const int last = (1 << std::min(bits, 8)) - 1;
         const uint8_t* three[3] = {t8.data(), t8.data() + 256, t8.data() + 512};
-        in_place<uint8_t, uint8_t>("lut 8u C3", 3, [&](const uint8_t* a, int sa, uint8_t* d, int sd, Size z) {
-            return lut_8u_c3r(a, sa, d, sd, z, three, bits);
-        }, [&](uint8_t s, uint8_t, int i) { return three[i % 3][s < last ? s : last]; });
+        for (int channels : {1, 3})
+            expect_unary_matches<uint8_t, uint8_t>("8u", [&](const uint8_t* s, int ss, uint8_t* d, int ds, Size z) {
+                return lut<uint8_t>(s, ss, d, ds, z, three, channels, bits);
+            }, [&](uint8_t s, uint8_t, int i) { return three[channels == 3 ? i % 3 : 0][std::min<int>(s, last)]; }, 0, channels == 3);
     }
-    const int last = 4095;
-    in_place<uint16_t, uint16_t>("lut 16u", 1, [&](const uint16_t* a, int sa, uint16_t* d, int sd, Size z) {
-        return lut_16u_c1r(a, sa, d, sd, z, t16.data(), 12);
-    }, [&](uint16_t s, uint16_t, int) { return t16[s < last ? s : last]; });
-    const uint16_t* three[3] = {t16.data(), t16.data() + 4096, t16.data() + 2048};
-    in_place<uint16_t, uint16_t>("lut 16u C3", 3, [&](const uint16_t* a, int sa, uint16_t* d, int sd, Size z) {
-        return lut_16u_c3r(a, sa, d, sd, z, three, 11);
-    }, [&](uint16_t s, uint16_t, int i) { return three[i % 3][s < 2047 ? s : 2047]; });
+    const uint16_t* three[3] = {t16, t16 + 4096, t16 + 2048};
+    for (int channels : {1, 3})
+        expect_unary_matches<uint16_t, uint16_t>("16u", [&](const uint16_t* s, int ss, uint16_t* d, int ds, Size z) {
+            return lut<uint16_t>(s, ss, d, ds, z, three, channels, 11);
+        }, [&](uint16_t s, uint16_t, int i) {
+            const int start[3] = {0, 4096, 2048};
+            return entry16(start[channels == 3 ? i % 3 : 0] + std::min<int>(s, 2047));
+        });
     // Gray to colour: three bytes per entry.
     for_each_variant([&](int) {
         for (int w : kTestWidths) {
             Region<uint8_t> src(w, kRows, 1), got(3 * w, kRows, 2), want = got;
-            ASSERT_EQ(lut_8u_c1c3r(src.data(), src.step, got.data(), got.step, {w, kRows}, t8.data(), 8), 0);
+            ASSERT_EQ(lum::prim::lut_8u_c1c3(src.data(), src.step, got.data(), got.step, {w, kRows}, t8.data(), 8), 0);
             for (int y = 0; y < kRows; ++y)
                 for (int x = 0; x < w; ++x)
                     for (int c = 0; c < 3; ++c) want.set(3 * x + c, y, t8[3 * src.get(x, y) + c]);
@@ -331,10 +402,19 @@ TEST(ElementwiseKernels, RefuseEmptyRegionsAndNullPointers) {
     EXPECT_EQ(divide<float>(nullptr, 4, nullptr, 4, {0, 0}), st_null);
     EXPECT_EQ(accumulate<uint8_t>(b, 4, nullptr, 4, {1, 1}, 0), st_null);
     EXPECT_EQ(ln_32f(nullptr, 4, {1, 1}), st_null);
-    EXPECT_EQ(mul_c_8u_c1ir(b, 4, {1, 1}, nullptr), st_null);
-    EXPECT_EQ(mul_c_8u_c1ir(b, 4, {0, 1}, f), st_size);
-    EXPECT_EQ(lshift_8u_c1ir(1, nullptr, 4, {1, 1}), st_null);
-    EXPECT_EQ(lut_8u_c1r(b, 4, b, 4, {1, 1}, nullptr, 8), st_null);
+    multiply_plan plan;
+    EXPECT_EQ(plan_multiply<uint8_t>(nullptr, 1, 255, nullptr, plan), st_null);
+    ASSERT_EQ(plan_multiply<uint8_t>(f, 1, 255, nullptr, plan), 0);
+    EXPECT_EQ(multiply<uint8_t>(b, 4, b, 4, {0, 1}, &plan), st_size);
+    EXPECT_EQ(multiply<uint8_t>(b, 4, b, 4, {1, 1}, nullptr), st_null);
+    EXPECT_EQ((shift<uint8_t, uint8_t, op::shift_left>(nullptr, 4, b, 4, {1, 1}, 1)), st_null);
+    EXPECT_EQ((shift<uint16_t, uint8_t, op::shift_right>(nullptr, 4, b, 4, {0, 1}, 1)), st_null);
+    EXPECT_EQ((shift<uint8_t, uint16_t, op::shift_right>(b, 4, nullptr, 4, {1, 1}, 1)), st_null);
+    const uint8_t* none[3] = {b, nullptr, b};
+    EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {1, 1}, nullptr, 1, 8), st_null);
+    EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {0, 1}, none, 3, 8), st_size);
+    EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {1, 1}, none, 3, 8), st_null);
+    EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {1, 1}, none, 1, 8), 0);
 }
 
 }  // namespace
