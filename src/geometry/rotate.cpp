@@ -53,28 +53,37 @@ int8_t rotate_with(const img& src, img& dst, double angle, double x_shift, doubl
 }  // namespace
 
 int8_t rotate_8u_c1(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
-    auto clear = [](uint8_t* p, int step, prim::Size size) { return prim::set_8u_c1(0, p, step, size); };
+    auto clear = [](uint8_t* p, int step, prim::Size size) {
+        const uint8_t zero = 0;
+        return prim::fill<uint8_t>(p, step, size, &zero, 1);
+    };
     return rotate_with<uint8_t>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_8u, 1, clear,
                                 prim::warp_affine_nearest_8u_c1, prim::warp_affine_linear_8u_c1);
 }
 
 int8_t rotate_8u_c3(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
     auto clear = [](uint8_t* p, int step, prim::Size size) {
-        const uint8_t zero[3] = {0, 0, 0};
-        return prim::set_8u_c3(zero, p, step, size);
+        const uint8_t zero = 0;
+        return prim::fill<uint8_t>(p, step, {3 * size.width, size.height}, &zero, 1);
     };
     return rotate_with<uint8_t>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_8u, 3, clear,
                                 prim::warp_affine_nearest_8u_c3, prim::warp_affine_linear_8u_c3);
 }
 
 int8_t rotate_16u_c1(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
-    auto clear = [](uint16_t* p, int step, prim::Size size) { return prim::set_16u_c1(0, p, step, size); };
+    auto clear = [](uint16_t* p, int step, prim::Size size) {
+        const uint16_t zero = 0;
+        return prim::fill<uint16_t>(p, step, size, &zero, 1);
+    };
     return rotate_with<uint16_t>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_16u, 1, clear,
                                  prim::warp_affine_nearest_16u_c1, prim::warp_affine_linear_16u_c1);
 }
 
 int8_t rotate_32f_c1(const img* src, img* dst, double angle, double x_shift, double y_shift, int interpolation) {
-    auto clear = [](float* p, int step, prim::Size size) { return prim::set_32f_c1(0.0f, p, step, size); };
+    auto clear = [](float* p, int step, prim::Size size) {
+        const float zero = 0.0f;
+        return prim::fill<float>(p, step, size, &zero, 1);
+    };
     return rotate_with<float>(*src, *dst, angle, x_shift, y_shift, interpolation, prim::data_32f, 1, clear,
                               prim::warp_affine_nearest_32f_c1, prim::warp_affine_linear_32f_c1);
 }

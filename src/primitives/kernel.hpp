@@ -170,4 +170,46 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
         for (int i = 0; i < L; ++i) k[v][i] = channels == 3 ? c[(v * L + i) % 3] : c[0];
 }
 
+// ---- three interleaved channels as planes (colour and channel kernels)
+
+// The three channels of `pixels` interleaved pixels at p as planes of V (at
+// most V's lanes of pixels; lanes past `pixels` hold 0). Reads exactly the
+// 3 × pixels samples.
+template <class V, class T>
+inline void load_planes(const T* p, int pixels, V& c0, V& c1, V& c2) {
+    constexpr int L = static_cast<int>(sizeof(V) / sizeof(T));
+    static_assert(std::is_same_v<simd::element_t<V>, T>);
+    V a{}, b{}, c{};
+    if (pixels >= L) {
+        a = simd::load_as<V>(p);
+        b = simd::load_as<V>(p + L);
+        c = simd::load_as<V>(p + 2 * L);
+    } else {
+        const int n = 3 * pixels;
+        a = simd::load_first<V>(p, n);
+        if (n > L) b = simd::load_first<V>(p + L, n - L);
+        if (n > 2 * L) c = simd::load_first<V>(p + 2 * L, n - 2 * L);
+    }
+    simd::deinterleave3(a, b, c, c0, c1, c2);
+}
+
+// Planes of V stored as `pixels` interleaved pixels at p; nothing past them is written.
+template <class V, class T>
+inline void store_planes(T* p, int pixels, V c0, V c1, V c2) {
+    constexpr int L = static_cast<int>(sizeof(V) / sizeof(T));
+    static_assert(std::is_same_v<simd::element_t<V>, T>);
+    V a, b, c;
+    simd::interleave3(c0, c1, c2, a, b, c);
+    if (pixels >= L) {
+        simd::store(p, a);
+        simd::store(p + L, b);
+        simd::store(p + 2 * L, c);
+    } else {
+        const int n = 3 * pixels;
+        simd::store_first(p, a, n);
+        if (n > L) simd::store_first(p + L, b, n - L);
+        if (n > 2 * L) simd::store_first(p + 2 * L, c, n - 2 * L);
+    }
+}
+
 }  // namespace lum::prim::LUM_ISA

@@ -502,4 +502,26 @@ inline void interleave3(V c0, V c1, V c2, V& a, V& b, V& c) {
     c = detail::interleave_z<2>(detail::interleave_xy<2>(c0, c1, s), c2, s);
 }
 
+// ---- stores of chosen lanes
+
+// Writes the lanes of v whose lane in `mask` is set, among the first n
+// (0 <= n <= lanes); the other lanes keep their contents. AVX-512 stores
+// only the chosen lanes; the other levels read the n lanes and write them
+// back with the chosen ones replaced.
+template <class V>
+inline void store_where(void* p, V v, mask_of<V> mask, int n) {
+#if defined(__AVX512BW__)
+    constexpr int esize = sizeof(V{}[0]);
+    if constexpr (sizeof(V) == 64 && esize == 1) {
+        const __mmask64 k = _mm512_movepi8_mask((__m512i)mask) & first_lanes_mask(n);
+        return _mm512_mask_storeu_epi8(p, k, (__m512i)v);
+    } else if constexpr (sizeof(V) == 64 && esize == 2) {
+        const __mmask32 k = _mm512_movepi16_mask((__m512i)mask) & static_cast<__mmask32>(first_lanes_mask(n));
+        return _mm512_mask_storeu_epi16(p, k, (__m512i)v);
+    }
+#endif
+    const V old = load_first<V>(p, n);
+    store_first(p, mask ? v : old, n);
+}
+
 }  // namespace lum::prim::LUM_ISA::simd

@@ -19,7 +19,7 @@ template <>
 struct kernels<uint8_t> {
     static constexpr auto& lt_copy = prim::threshold_lt_val_8u_c1r;
     static constexpr auto& lt = prim::threshold_lt_val_8u_c1ir;
-    static constexpr auto& gt = prim::threshold_gt_val_8u_c1ir;
+    static constexpr auto& gt = prim::threshold_gt<uint8_t>;
     static constexpr auto& ge_mask = prim::compare_ge_c_8u_c1r;
     static constexpr auto& set_masked = prim::set_masked_8u_c1mr;
     static constexpr auto& lt_gt = prim::threshold_lt_gt_val_8u_c1r;
@@ -30,7 +30,7 @@ template <>
 struct kernels<uint16_t> {
     static constexpr auto& lt_copy = prim::threshold_lt_val_16u_c1r;
     static constexpr auto& lt = prim::threshold_lt_val_16u_c1ir;
-    static constexpr auto& gt = prim::threshold_gt_val_16u_c1ir;
+    static constexpr auto& gt = prim::threshold_gt<uint16_t>;
     static constexpr auto& ge_mask = prim::compare_ge_c_16u_c1r;
     static constexpr auto& set_masked = prim::set_masked_16u_c1mr;
     static constexpr auto& lt_gt = prim::threshold_lt_gt_val_16u_c1r;
@@ -40,7 +40,7 @@ struct kernels<uint16_t> {
 template <>
 struct kernels<float> {
     static constexpr auto& lt = prim::threshold_lt_val_32f_c1ir;
-    static constexpr auto& gt = prim::threshold_gt_val_32f_c1ir;
+    static constexpr auto& gt = prim::threshold_gt<float>;
     static constexpr auto& lt_gt = prim::threshold_lt_gt_val_32f_c1r;
 };
 
@@ -193,7 +193,7 @@ int8_t clip(T* p, int step, prim::Size size, Bound low, Bound high, bool has_low
     const T lo = static_cast<T>(low), hi = static_cast<T>(high);
     if (has_low && has_high) return map_status(K::lt_gt(p, step, p, step, size, lo, lo, hi, hi));
     if (has_low) return map_status(K::lt(p, step, size, lo, lo));
-    if (has_high) return map_status(K::gt(p, step, size, hi, hi));
+    if (has_high) return map_status(K::gt(p, step, size, &hi, &hi, 1));
     return ok;
 }
 
