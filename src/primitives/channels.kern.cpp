@@ -22,6 +22,7 @@ inline int block_at(int x, int width) {
 // pixel keep their bytes.
 template <class T>
 int copy_to_channel(const T* src, int src_step, T* dst, int dst_step, Size size) {
+    static_assert(sizeof(T) == 1, "byte samples");
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
     using V = simd::vec<T>;
@@ -38,7 +39,7 @@ int copy_to_channel(const T* src, int src_step, T* dst, int dst_step, Size size)
             const int n = block_at<T>(x, size.width);
             const V v = simd::load_first<V>(s + x, n);
             V spread[3];
-            simd::interleave3(v, v, v, spread[0], spread[1], spread[2]);
+            simd::spread3(v, spread[0], spread[1], spread[2]);
             for (int j = 0; j < 3; ++j) {
                 const int64_t left = row - 3 * int64_t(x) - int64_t(j) * L;
                 if (left <= 0) break;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "primitives/color.hpp"
+#include "primitives/palette.hpp"
 #include "support/regions.hpp"
 #include "support/support.hpp"
 
@@ -126,6 +127,57 @@ TEST(ColorKernels, TwistMatchesTheReference) {
     check_twist<uint16_t>({0, 0, 0, inf, 0, 0, 0, -inf, 0.5f, 0.5f, 0.5f, 0.5f}, 65535);
 }
 
+// Palette entry of a sample: truncation toward zero (INT32_MIN outside the
+// 32-bit range), the arithmetic shift, then the clamp to the palette.
+int palette_entry(double sample, double contrast, double brightness, int shift) {
+    const double v = sample * contrast + brightness;
+    int32_t k = v > -2147483649.0 && v < 2147483648.0 ? static_cast<int32_t>(v) : INT32_MIN;
+    k >>= shift;
+    return k < 0 ? 0 : k > 255 ? 255 : k;
+}
+
+template <class T>
+void check_palette(double contrast, double brightness, int shift) {
+    std::mt19937 rng(41);
+    std::vector<uint8_t> palette(768);
+    for (auto& b : palette) b = static_cast<uint8_t>(rng());
+    lum::prim::PaletteColours pc{};
+    pc.contrast = contrast;
+    pc.brightness = brightness;
+    pc.shift = shift;
+    // 8-bit samples index the table directly; 16-bit samples index palette entries.
+    for (int v = 0; v < 256; ++v) {
+        const int k = sizeof(T) == 1 ? palette_entry(v, contrast, brightness, 0) : v;
+        for (int c = 0; c < 3; ++c) pc.colour[v][c] = palette[3 * k + 2 - c];
+    }
+    for_each_variant([&](int) {
+        for (int width : kTestWidths) {
+            Region<T> src(width, kRows, width);
+            Region<uint8_t> got(3 * width, kRows, 5), want = got;
+            ASSERT_EQ(lum::prim::palette_add<T>(src.data(), src.step, got.data(), got.step, {width, kRows}, &pc), 0);
+            for (int y = 0; y < kRows; ++y)
+                for (int x = 0; x < width; ++x) {
+                    const int k = palette_entry(src.get(x, y), contrast, brightness, sizeof(T) == 1 ? 0 : shift);
+                    for (int c = 0; c < 3; ++c) {
+                        const int sum = want.get(3 * x + c, y) + palette[3 * k + 2 - c];
+                        want.set(3 * x + c, y, static_cast<uint8_t>(sum > 255 ? 255 : sum));
+                    }
+                }
+            ASSERT_EQ(got.bytes, want.bytes) << "width " << width << ", contrast " << contrast;
+        }
+    });
+}
+
+TEST(ColorKernels, PaletteAddsTheColourOfEachSample) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    for (double contrast : {1.0, 0.37, -3.0, 1e12, nan}) {
+        check_palette<uint8_t>(contrast, 5.0, 0);
+        check_palette<uint16_t>(contrast, -20.5, 4);
+        check_palette<uint16_t>(contrast, 70000.0, 8);
+    }
+X
+}
+
 TEST(ColorKernels, RefuseEmptyRegionsAndNullPointers) {
     using namespace lum::prim;
     uint8_t b[64] = {};
@@ -138,6 +190,9 @@ TEST(ColorKernels, RefuseEmptyRegionsAndNullPointers) {
     EXPECT_EQ(color_twist<uint8_t>(nullptr, 16, b, 16, {1, 1}, w, 255), st_null);
     EXPECT_EQ(color_twist<uint8_t>(b, 16, b, 16, {1, 1}, nullptr, 255), st_null);
     EXPECT_EQ(color_twist<uint16_t>(wide, 16, wide, 16, {1, -1}, w, 65535), st_size);
+    const PaletteColours pc{};
+    EXPECT_EQ(palette_add<uint8_t>(b, 16, b, 16, {1, 1}, nullptr), st_null);
+    EXPECT_EQ(palette_add<uint16_t>(wide, 16, b, 16, {0, 1}, &pc), st_size);
     EXPECT_EQ(std::vector<uint8_t>(b, b + 64), std::vector<uint8_t>(64, 0));
 }
 
