@@ -20,7 +20,7 @@ constexpr int kWidth = 3840;
 constexpr int kHeight = 2160;
 
 struct Timed {
-    std::function<void()> lum;
+    std::function<void()> lum;        // empty when the case cannot run (missing data): only the note is printed
     std::function<void()> reference;  // empty when there is no OpenCV equivalent
     std::string note;
 };

@@ -1,6 +1,7 @@
 /* lum_lib demo: creates images through the C interface, fills and reads
- * them, and prints what it did. */
+ * them, traces a part's outline, and prints what it did. */
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "lum_lib.h"
@@ -55,6 +56,36 @@ int main(void) {
         lum_set_one_pixel(colour, p, rgb);
         lum_get_one_pixel(colour, p, back);
         printf("colour pixel at (10, 5): %u %u %u\n", back[0], back[1], back[2]);
+    }
+
+    /* Contours: a part traced and fetched, then an empty frame, whose set cannot be
+     * fetched and goes back to the store with lum_release_contours. */
+    {
+        int32_t binary = lum_create_image(), set;
+        uint32_t total = 0, count = 0;
+        const uint8_t on = 255;
+        const lum_rect part = {20, 10, 30, 16};
+        lum_init_image(binary, 80, 40, lum_fmt_8u, lum_gray, 8);
+        lum_addCI_rect(binary, &on, &part);
+        set = lum_find_contours(binary, &total, &count);
+        if (set >= 0 && count > 0) {
+            int32_t* result = malloc(sizeof *result * total);
+            uint32_t* sizes = malloc(sizeof *sizes * count);
+            if (result && sizes && lum_get_contours_result(set, result, sizes) == 0)
+                printf("%u contour: %u points, box %d x %d at (%d, %d)\n", count, (sizes[0] - 4) / 2,
+                       result[sizes[0] - 2], result[sizes[0] - 1], result[sizes[0] - 4], result[sizes[0] - 3]);
+            else
+                lum_release_contours(set); /* a failed fetch leaves the set in the store */
+            free(result);
+            free(sizes);
+        } else if (set >= 0) {
+            lum_release_contours(set);
+        }
+        lum_clear(binary);
+        set = lum_find_contours(binary, &total, &count);
+        printf("an empty frame: contour set %d with %u contours, released with status %d\n", set, count,
+               lum_release_contours(set));
+        lum_destroy_image(binary);
     }
 
     p.x = 641;

@@ -1,6 +1,6 @@
 /* A C host: a frame with one bright part, Otsu's threshold, binarization and
- * the part's outline from the contour store; failures explained with
- * lum_status_text. */
+ * the part's outline from the contour store (every set released, fetched or
+ * not); failures explained with lum_status_text. */
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -26,10 +26,18 @@ int main(void) {
     if (status != 0) return fail("binarization", status);
     set = lum_find_contours(objects, &total, &count);
     if (set < 0) return fail("contours", set);
+    if (count == 0) {
+        /* an empty frame's set cannot be fetched: release it, or the store keeps it */
+        lum_release_contours(set);
+        return fail("contours", -32);
+    }
     points = malloc(sizeof(int32_t) * total);
-    sizes = malloc(sizeof(uint32_t) * (count ? count : 1));
-    status = lum_get_contours_result(set, points, sizes);
-    if (status != 0) return fail("contour result", status);
+    sizes = malloc(sizeof(uint32_t) * count);
+    status = points && sizes ? lum_get_contours_result(set, points, sizes) : -8;
+    if (status != 0) {
+        lum_release_contours(set); /* a failed fetch leaves the set in the store */
+        return fail("contour result", status);
+    }
     /* each contour: its x, y pairs, then its bounding box x, y, width, height */
     printf("threshold %d, %u object(s), first box at (%d, %d), %d x %d\n", otsu, count, points[sizes[0] - 4],
            points[sizes[0] - 3], points[sizes[0] - 2], points[sizes[0] - 1]);

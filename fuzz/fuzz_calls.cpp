@@ -4,6 +4,7 @@
 
 #include "fuzz_driver.hpp"
 #include "image/registry.hpp"
+#include "segment/contour_store.hpp"
 
 namespace lum::fuzz {
 
@@ -28,12 +29,28 @@ int World::fetch_contours(Input& in) {
     return status;
 }
 
+int World::release_contours(Input& in) {
+    if (sets_.empty() || in.chance(30)) {
+        // Out of range, or a slot the driver keeps no set in (empty, or a set it was not told about).
+        const int32_t h = in.u8() % 4;
+        const bool kept = std::any_of(sets_.begin(), sets_.end(), [h](const ContourSet& c) { return c.handle == h; });
+        if (!kept && in.chance(50)) return lum_release_contours(h);
+        return lum_release_contours(in.chance(50) ? -1 - in.u8() : 1000000 + in.u8());
+    }
+    const size_t k = in.u8() % sets_.size();
+    const int status = lum_release_contours(sets_[k].handle);
+    if (status == 0) sets_.erase(sets_.begin() + k);
+    return status;
+}
+
 World::~World() {
     for (const ContourSet& c : sets_) {
         std::vector<int32_t> result(c.total + 1);
         std::vector<uint32_t> sizes(c.count + 1);
         lum_get_contours_result(c.handle, result.data(), sizes.data());
     }
+    // Sets that cannot be fetched (no contours) are released too: one process runs for hours.
+    for (int32_t h = 0; h < lum::contours::slot_count(); ++h) lum_release_contours(h);
     // Every slot goes, also those that operations created themselves (an accumulator left
     // behind by a failed initialisation): the driver is the registry's only user.
     for (int32_t h = 0; h < lum::registry::slot_count(); ++h) lum_destroy_image(h);
@@ -75,19 +92,34 @@ int World::borrow(int32_t h, Input& in) {
     static const int bytes[] = {0, 1, 2, 2, 4};
     lum_info info{};
     info.width = in.u8() % 40;
-    info.height = 1 + in.u8() % 40;
+    info.height = in.u8() % 41;
     info.pix_type = static_cast<lum_data_format>(1 + in.u8() % 4);
     info.channels = in.chance(50) ? lum_gray : lum_color;
     info.valid_bits = info.pix_type == lum_fmt_8u ? 8 : info.pix_type == lum_fmt_16u ? 9 + in.u8() % 8 : 0;
-    const uint32_t row = static_cast<uint32_t>(info.width) * bytes[info.pix_type] * info.channels;
-    // Mostly whole samples of padding; now and then any byte count, and a buffer that
-    // does not start on a sample boundary: a host may hand in either.
-    const bool odd = in.chance(15);
-    info.step_bytes = row + (odd ? in.u8() % 8 : bytes[info.pix_type] * info.channels * (in.u8() % 4));
-    if (info.step_bytes == 0) info.step_bytes = 4;
-    void* buf = std::calloc(static_cast<size_t>(info.step_bytes) * (info.height + 1) + 64, 1);
+    const uint32_t pixel = bytes[info.pix_type] * info.channels;
+    const uint32_t row = static_cast<uint32_t>(info.width) * pixel;
+    // Mostly whole pixels of padding; now and then any byte count, a step shorter than a row, or none
+    // at all: a host may describe its buffer any way it likes.
+    switch (in.u8() % 8) {
+    case 0: info.step_bytes = row + in.u8() % 8; break;
+    case 1: info.step_bytes = row > 0 ? in.u8() % row : 0; break;
+    case 2: info.step_bytes = 0; break;
+    default: info.step_bytes = row + pixel * (in.u8() % 4); break;
+    }
+    // Exactly rows x step bytes, so that AddressSanitizer sees any access past the end, now and then
+    // starting off a sample boundary; a few buffers keep a generous tail so that operations run through.
+    const size_t offset = in.chance(15) ? in.u8() % 4 : 0;
+    const size_t size = static_cast<size_t>(info.step_bytes) * static_cast<size_t>(info.height);
+    const size_t slack = in.chance(20) ? info.step_bytes + 64 : 0;
+    void* buf = std::malloc(offset + size + slack);
+    if (!buf) return skipped;
+    uint32_t state = 0x9E3779B9u ^ in.u8();  // cheap noise: the input's bytes stay for the program
+    for (size_t k = 0; k < offset + size + slack; ++k) {
+        state ^= state << 13, state ^= state >> 17, state ^= state << 5;
+        static_cast<uint8_t*>(buf)[k] = static_cast<uint8_t>(state);
+    }
     borrowed_.push_back(buf);
-    info.frame_buf = static_cast<uint8_t*>(buf) + (odd ? in.u8() % 4 : 0);
+    info.frame_buf = static_cast<uint8_t*>(buf) + offset;
     return lum_init_image_ex(h, &info);
 }
 
@@ -406,6 +438,7 @@ const std::vector<Call>& calls() {
             return skipped;
         }},
         {"get_contours_result", [](World& w, Input& in) -> int { return w.fetch_contours(in); }},
+        {"release_contours", [](World& w, Input& in) -> int { return w.release_contours(in); }},
 
         // Colour and channels
         {"color_to_gray", [](World& w, Input& in) -> int { return lum_color_to_gray(w.handle(in), w.handle(in)); }},
@@ -478,6 +511,20 @@ const std::vector<Call>& calls() {
                 return lum_mask_min_max(im, x, y, mask, f, f ? f + 1 : nullptr);
             }
             }
+        }},
+
+        // Objects
+        {"measure_objects", [](World& w, Input& in) -> int {
+            const int32_t h = w.handle(in);
+            const int32_t labels = in.chance(40) ? -1 : w.handle(in);
+            const auto min_area = static_cast<uint32_t>(in.in(0, 20));
+            // Room for up to a few hundred records, never more than the scratch holds.
+            constexpr uint32_t room = sizeof(Scratch) / sizeof(lum_object);
+            const auto asked = static_cast<uint32_t>(in.in(0, 300));
+            const uint32_t capacity = asked > room ? room : asked;
+            auto* objects = static_cast<lum_object*>(w.maybe_null(in));
+            uint32_t count = 0;
+            return lum_measure_objects(h, min_area, labels, objects, capacity, in.chance(5) ? nullptr : &count);
         }},
     };
     return table;

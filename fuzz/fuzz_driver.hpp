@@ -81,7 +81,7 @@ public:
     // The handles handle() gave since the last forget_picked(), in order.
     const std::vector<int32_t>& picked() const { return picked_; }
     void forget_picked() { picked_.clear(); }
-    // A caller buffer described honestly, with a spare row like the library's own.
+    // A caller buffer of exactly rows x step bytes under any description a host may give.
     int borrow(int32_t handle, Input& in);
     // Images initialised through the table stay below this size (16 MiB unless set).
     void limit_image_bytes(uint64_t bytes) { image_bytes_limit_ = bytes; }
@@ -101,6 +101,7 @@ public:
     // Contour sets the driver was handed; fetched with honest arrays, at the latest at the end.
     void keep_contours(int32_t set, uint32_t total, uint32_t count);
     int fetch_contours(Input& in);
+    int release_contours(Input& in);
 
 private:
     int32_t pick(Input& in);

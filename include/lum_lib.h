@@ -354,6 +354,48 @@ LUM_API int8_t lum_watershed(int32_t source, int32_t markers);
 /* (end of section) */
 
 
+/* ---- Objects ---- */
+
+/* One object of lum_measure_objects. Coordinates are pixel indexes (x column, y row; a pixel's centre is its
+ * index); lengths are in pixels. 72 bytes: 4 bytes of padding follow holes. */
+typedef struct lum_object {
+    uint32_t label;                  /* 1-based, in the order of each object's first pixel in raster order */
+    uint32_t area;                   /* number of pixels (saturated at 2^32 - 1) */
+    double   centroid_x, centroid_y; /* mean of the pixels' x and y */
+    int32_t  x, y, width, height;    /* bounding box: first column and row, columns and rows spanned */
+    uint32_t holes;                  /* background components enclosed by the object */
+    double   orientation;            /* radians, angle of the major axis, see lum_measure_objects */
+    double   major_axis, minor_axis; /* 4 * sqrt of the eigenvalues of the pixels' covariance */
+} lum_object;
+
+/* Blob analysis of a one-channel 8u or 16u image. Objects are the 8-connected components of its non-zero
+ * samples; holes are the 4-connected components of zero samples that do not touch the image border, each
+ * counted for the object that encloses it (an object inside a hole is an object of its own and leaves the
+ * hole one hole). Objects of fewer than min_area pixels are left out and take no label; labels 1, 2, ... go
+ * to the others in the order of their first pixel in raster order (top row first, then leftmost).
+ * *count receives the number of objects; the first min(*count, capacity) records are written to objects in
+ * label order (objects may be null when capacity is 0: a counting call).
+ * With var_x, var_y and cov_xy the population variances and covariance of the object's pixel coordinates,
+ * major_axis and minor_axis are 4 * sqrt of the larger and smaller eigenvalue of [[var_x, cov_xy], [cov_xy,
+ * var_y]], and orientation = atan2(2 cov_xy, var_y - var_x) / 2 in [-pi/2, pi/2]: the angle from the y axis
+ * (down the rows) to the major axis, positive toward +x; with var_x = var_y it is pi/4 when cov_xy > 0 and
+ * -pi/4 otherwise (a single pixel: -pi/4, axes 0). Moments are summed exactly in integers.
+ * labels: -1, or the handle of a one-channel 16u image of the image's size that receives each pixel's label
+ * (0 for background and left-out objects); it may be the image itself.
+ * Codes, in this order: -6/-64 handles (image, then labels unless -1), -64 an image not initialised, -1 image
+ * format not 8u or 16u, -65 image not one channel, -4 label image not 16u one-channel or of another size,
+ * -128 count null or objects null with capacity > 0, -2 an image without a buffer or with rows longer than
+ * its step, -7 more than 65535 objects with a label image, -8 out of memory. On any code but 0 nothing is
+ * written: not the records, not the count, not the label image. Buffers may start at any address, and any
+ * step of at least a row will do (odd ones included).
+ * Time linear in the runs of non-zero samples plus one pass over the samples; scratch memory linear in the
+ * runs (12 more bytes per run with a label image). */
+LUM_API int8_t lum_measure_objects(int32_t image, uint32_t min_area, int32_t labels,
+                                   lum_object* objects, uint32_t capacity, uint32_t* count);
+
+/* (end of section) */
+
+
 /* ---- Status text ---- */
 
 /* A short, static English phrase for a status code ("image not initialised" for -64);

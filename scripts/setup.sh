@@ -6,10 +6,14 @@ what=${1:-test}
 pkgs=(cmake g++ make)
 case "$what" in
   build) pkgs+=(libpng-dev pkg-config) ;;
-  test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest) ;;
-  bench) pkgs+=(libopencv-dev) ;;
+  test) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest
+             python3-venv python3-pip python3-setuptools python3-scipy python3-skimage python3-opencv
+             python3-pil python3-dask python3-distributed) ;;
+  bench) pkgs+=(libopencv-dev libpng-dev python3-skimage) ;;
   fuzz) pkgs+=(clang libclang-rt-14-dev) ;;
-  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest libopencv-dev clang libclang-rt-14-dev) ;;
+  all) pkgs+=(libgtest-dev pkg-config libpng-dev python3 python3-numpy python3-pytest
+            python3-venv python3-pip python3-setuptools python3-scipy python3-skimage python3-opencv
+            python3-pil python3-dask python3-distributed libopencv-dev clang libclang-rt-14-dev) ;;
 esac
 missing=()
 for p in "${pkgs[@]}"; do

@@ -1,9 +1,11 @@
-// Shared parts of the command-line tool: argument values, image handles,
-// PNG files and status checks.
+// Shared parts of the command-line tool: argument values, the collected
+// standard output, images within the size limit, PNG files, status checks and
+// JSON strings.
 #include "cli.hpp"
 
 #include <cerrno>
 #include <cmath>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 
@@ -76,50 +78,66 @@ void check(int status, const std::string& where, const std::string& what) {
     throw Error(where + ": " + what + ": " + lum_status_text(status) + " (" + std::to_string(status) + ")");
 }
 
-Image::Image() : handle_(lum_create_image()) {}
-
-Image::Image(int32_t width, int32_t height, lum_data_format format, lum_channels channels, int32_t valid_bits)
-    : Image() {
-    check(lum_init_image(handle_, width, height, format, channels, valid_bits), "image",
-          "cannot create " + std::to_string(width) + " x " + std::to_string(height) + " " + format_name(format));
+const std::vector<Option>& common_options() {
+    static const std::vector<Option> all{
+        {"max-pixels", "N", "refuse images of more than N pixels (" + std::to_string(default_max_pixels) + ")"}};
+    return all;
 }
 
-Image::~Image() {
-    if (handle_ >= 0) lum_destroy_image(handle_);
+std::string& pending_output() {
+    static std::string text;
+    return text;
 }
 
-Image& Image::operator=(Image&& other) noexcept {
-    if (this != &other) {
-        if (handle_ >= 0) lum_destroy_image(handle_);
-        handle_ = other.handle_;
-        other.handle_ = -1;
+void print(const char* format, ...) {
+    va_list args, again;
+    va_start(args, format);
+    va_copy(again, args);
+    const int length = std::vsnprintf(nullptr, 0, format, args);
+    va_end(args);
+    if (length > 0) {
+        std::string& out = pending_output();
+        const size_t at = out.size();
+        out.resize(at + static_cast<size_t>(length) + 1);
+        std::vsnprintf(&out[at], static_cast<size_t>(length) + 1, format, again);
+        out.resize(at + static_cast<size_t>(length));
     }
-    return *this;
+    va_end(again);
 }
 
-lum_info Image::info() const {
-    lum_info i{};
-    lum_get_info(handle_, &i);
-    return i;
+uint64_t& max_pixels() {
+    static uint64_t limit = default_max_pixels;
+    return limit;
 }
 
-Image read_png(const std::string& path) {
+lum::image new_image(int32_t width, int32_t height, lum_data_format format, lum_channels channels, int32_t valid_bits) {
+    const std::string what = "cannot create " + std::to_string(width) + " x " + std::to_string(height) + " " +
+                             format_name(format);
+    if (width > 0 && height > 0 && static_cast<uint64_t>(width) * static_cast<uint64_t>(height) > max_pixels())
+        throw Error("image: " + what + ": more than the limit of " + std::to_string(max_pixels()) +
+                    " pixels (raise it with --max-pixels)");
+    // The library's row step is 32-bit; a wider row would wrap it.
+    const uint64_t step = static_cast<uint64_t>(lum::full_bits(format) / 8) * static_cast<uint64_t>(channels) *
+                          ((static_cast<uint64_t>(width) & ~uint64_t{15}) + 16);
+    if (width > 0 && step > 0xffffffffull) throw Error("image: " + what + ": rows too long for an image");
+    return in_context("image", what, [&] { return lum::image(width, height, format, channels, valid_bits); });
+}
+
+lum::image read_png(const std::string& path) {
     char error[512] = "";
-    const int32_t handle = read_png_file(path.c_str(), error, sizeof error);
+    const int32_t handle = read_png_file(path.c_str(), max_pixels(), error, sizeof error);
     if (handle < 0) throw Error(error);
-    return Image(handle);
+    return lum::image::adopt(handle);
 }
 
-Image grey_view(const Image& image) {
+lum::image grey_view(const lum::image& image) {
     lum_info i = image.info();
     i.width *= static_cast<int32_t>(i.channels);
     i.channels = lum_gray;
-    Image view;
-    check(lum_init_image_ex(view.handle(), &i), "image", "view");
-    return view;
+    return in_context("image", "view", [&] { return lum::image::borrow(i); });
 }
 
-void write_png(const Image& image, const std::string& path) {
+void write_png(const lum::image& image, const std::string& path) {
     char error[512] = "";
     if (write_png_file(path.c_str(), image.handle(), error, sizeof error) != 0) throw Error(error);
 }
@@ -151,9 +169,43 @@ lum_data_format parse_format(const std::string& text) {
     throw UsageError("unknown format '" + text + "' (8u, 16u or 32f)");
 }
 
+namespace {
+
+// Length of the valid UTF-8 sequence at text[at], or 0 when none starts there
+// (stray continuation bytes, overlong forms, surrogates, beyond U+10FFFF, cut short).
+size_t utf8_sequence(const std::string& text, size_t at) {
+    const auto byte = [&](size_t k) { return at + k < text.size() ? static_cast<unsigned char>(text[at + k]) : 0u; };
+    const unsigned lead = byte(0);
+    size_t length;
+    unsigned low = 0x80, high = 0xbf;  // the range of the second byte
+    if (lead < 0x80) return 1;
+    if (lead >= 0xc2 && lead <= 0xdf) length = 2;
+    else if (lead >= 0xe0 && lead <= 0xef) length = 3, low = lead == 0xe0 ? 0xa0 : 0x80, high = lead == 0xed ? 0x9f : 0xbf;
+    else if (lead >= 0xf0 && lead <= 0xf4) length = 4, low = lead == 0xf0 ? 0x90 : 0x80, high = lead == 0xf4 ? 0x8f : 0xbf;
+    else return 0;
+    if (byte(1) < low || byte(1) > high) return 0;
+    for (size_t k = 2; k < length; ++k)
+        if (byte(k) < 0x80 || byte(k) > 0xbf) return 0;
+    return length;
+}
+
+}  // namespace
+
 std::string json_string(const std::string& text) {
     std::string out = "\"";
-    for (const char c : text) {
+    for (size_t at = 0; at < text.size();) {
+        const char c = text[at];
+        const size_t length = utf8_sequence(text, at);
+        if (length == 0) {
+            out += "\\ufffd";
+            at += 1;
+            continue;
+        }
+        if (length > 1) {
+            out.append(text, at, length);
+            at += length;
+            continue;
+        }
         switch (c) {
         case '"': out += "\\\""; break;
         case '\\': out += "\\\\"; break;
@@ -162,12 +214,13 @@ std::string json_string(const std::string& text) {
         default:
             if (static_cast<unsigned char>(c) < 0x20) {
                 char buf[8];
-                std::snprintf(buf, sizeof buf, "\\u%04x", c);
+                std::snprintf(buf, sizeof buf, "\\u%04x", static_cast<unsigned>(c));
                 out += buf;
             } else {
                 out += c;
             }
         }
+        at += 1;
     }
     return out + "\"";
 }

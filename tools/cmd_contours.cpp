@@ -9,7 +9,7 @@ namespace {
 
 int run_contours(const Args& args) {
     const std::string& in = args.positional[0];
-    const Image source = read_png(in);
+    const lum::image source = read_png(in);
     const lum_info i = source.info();
     if (i.channels != lum_gray) throw Error(in + ": contours need a grey image");
     if (args.has("threshold") && args.has("otsu")) throw UsageError("give --threshold or --otsu, not both");
@@ -25,10 +25,10 @@ int run_contours(const Args& args) {
         if (threshold < 1 || threshold > (1L << i.valid_bits) - 1)
             throw UsageError("--threshold must be 1 to " + std::to_string((1L << i.valid_bits) - 1));
     }
-    Image binary;
-    const Image* traced = &source;
+    lum::image binary;
+    const lum::image* traced = &source;
     if (threshold >= 0) {
-        binary = Image(i.width, i.height, i.pix_type, lum_gray, static_cast<int32_t>(i.valid_bits));
+        binary = new_image(i.width, i.height, i.pix_type, lum_gray, static_cast<int32_t>(i.valid_bits));
         check(lum_binarization(source.handle(), binary.handle(), static_cast<int32_t>(threshold)), in, "binarization");
         traced = &binary;
     }
@@ -36,12 +36,12 @@ int run_contours(const Args& args) {
     const long min_area = args.integer("min-area", 0);
     std::erase_if(objects, [&](const Object& o) { return o.area < min_area; });
 
-    std::printf("{\"file\": %s, \"width\": %d, \"height\": %d, \"threshold\": %s, \"count\": %zu,\n  \"contours\": %s}\n",
+    print("{\"file\": %s, \"width\": %d, \"height\": %d, \"threshold\": %s, \"count\": %zu,\n  \"contours\": %s}\n",
                 json_string(in).c_str(), i.width, i.height,
                 threshold >= 0 ? std::to_string(threshold).c_str() : "null", objects.size(),
                 objects_json(objects, !args.has("no-points")).c_str());
     if (args.has("overlay")) {
-        const Image overlay = render_grey(source, 1.0, 0);
+        const lum::image overlay = render_grey(source, 1.0, 0);
         draw_objects(overlay, objects);
         write_png(overlay, args.text("overlay"));
     }

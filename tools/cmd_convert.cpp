@@ -9,7 +9,7 @@ namespace {
 
 int run_convert(const Args& args) {
     const std::string& in = args.positional[0];
-    const Image source = read_png(in);
+    const lum::image source = read_png(in);
     const lum_info i = source.info();
     const lum_data_format to = args.has("to") ? parse_format(args.text("to")) : i.pix_type;
     if (to == lum_fmt_32f) throw UsageError("--to: PNG holds 8u or 16u");
@@ -25,12 +25,12 @@ int run_convert(const Args& args) {
         bits = to == lum_fmt_8u ? 8 : static_cast<long>(i.valid_bits);
         if (to == lum_fmt_16u && i.pix_type == lum_fmt_8u) bits = std::max(9L, std::min(16L, 8 + shift));
     }
-    Image result(i.width, i.height, to, i.channels, static_cast<int32_t>(bits));
+    const lum::image result = new_image(i.width, i.height, to, i.channels, static_cast<int32_t>(bits));
     if (shift == 0 && to != i.pix_type) {
         check(lum_convert(source.handle(), result.handle()), in, "conversion");
     } else {
         // Shifts go through one-channel views: colour rows are rows of three times as many samples.
-        const Image from = grey_view(source), into = grey_view(result);
+        const lum::image from = grey_view(source), into = grey_view(result);
         const uint32_t count = static_cast<uint32_t>(shift);
         check(narrowing || to == i.pix_type ? lum_RShift(from.handle(), into.handle(), count)
                                             : lum_LShift(from.handle(), into.handle(), count),

@@ -2,6 +2,7 @@
 // raw frame to a table of measured parts, with every step timed.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "contour_measure.hpp"
+#include "objects.hpp"
 
 namespace lum::cli {
 namespace {
@@ -55,8 +57,8 @@ bool inside(const Part& p, double x, double y) {
 }
 
 // An uneven, lit background, the parts, dust specks the opening removes, and sensor noise.
-Image synthesise(const std::vector<Part>& parts) {
-    Image frame(frame_width, frame_height, lum_fmt_16u, lum_gray, 12);
+lum::image synthesise(const std::vector<Part>& parts) {
+    lum::image frame = new_image(frame_width, frame_height, lum_fmt_16u, lum_gray, 12);
     const lum_info i = frame.info();
     Noise noise;
     for (int32_t y = 0; y < frame_height; y += 1) {
@@ -98,10 +100,10 @@ int run_demo(const Args& args) {
     const std::vector<Part> parts = layout();
     Timer timer;
 
-    const Image frame = synthesise(parts);
+    const lum::image frame = synthesise(parts);
     timer.lap("synthesise 12-bit frame");
 
-    Image frame8(frame_width, frame_height, lum_fmt_8u, lum_gray, 8);
+    const lum::image frame8 = new_image(frame_width, frame_height, lum_fmt_8u, lum_gray, 8);
     // 12 significant bits to 8: shift out the four lowest.
     check(lum_RShift(frame.handle(), frame8.handle(), 4), "frame", "12 to 8 bits");
     timer.lap("12 to 8 bits");
@@ -110,24 +112,27 @@ int run_demo(const Args& args) {
     check(lum_otsu_get_threshold(frame8.handle(), &otsu), "frame", "Otsu threshold");
     timer.lap("Otsu threshold");
 
-    Image binary(frame_width, frame_height, lum_fmt_8u, lum_gray, 8);
+    const lum::image binary = new_image(frame_width, frame_height, lum_fmt_8u, lum_gray, 8);
     check(lum_binarization(frame8.handle(), binary.handle(), otsu + 1), "frame", "binarization");
     timer.lap("binarize");
 
-    Image opened(frame_width, frame_height, lum_fmt_8u, lum_gray, 8);
-    const lum_morph_param opening{0, 2, 5, 5};
-    check(lum_morph_open_close(binary.handle(), opened.handle(), &opening), "frame", "opening");
+    lum::image opened = new_image(frame_width, frame_height, lum_fmt_8u, lum_gray, 8);
+    in_context("frame", "opening",
+               [&] { lum::morph(binary, opened, lum::morph_operation::open, lum::morph_shape::rectangle, 5, 5); });
     timer.lap("open (5 x 5)");
 
-    const std::vector<Object> objects = find_objects(opened, "frame");
-    timer.lap("trace and measure");
+    // Areas and centroids are the pixels' own; the outlines only draw the overlay.
+    const std::vector<lum_object> objects = measure_objects(opened, 0, -1, "frame");
+    timer.lap("measure objects");
+    const std::vector<Object> outlines = find_objects(opened, "frame");
+    timer.lap("trace outlines");
 
-    const Image overlay = render_grey(frame8, 0.9, 0);
+    const lum::image overlay = render_grey(frame8, 0.9, 0);
     uint8_t tint[256 * 3] = {};
     tint[255 * 3 + 1] = 70;  // objects greened; the palette's bytes are in reverse channel order
     const lum_rect whole{0, 0, frame_width, frame_height};
     check(lum_computer_color_bc(opened.handle(), overlay.handle(), &whole, tint, 1.0, 0), "overlay", "palette rendering");
-    draw_objects(overlay, objects);
+    draw_objects(overlay, outlines);
     timer.lap("render overlay");
 
     const std::string files[] = {dir + "/frame12.png", dir + "/frame8.png", dir + "/binary.png", dir + "/opened.png",
@@ -142,31 +147,31 @@ int run_demo(const Args& args) {
     FILE* report = std::fopen(files[5].c_str(), "w");
     if (!report) throw Error(files[5] + ": cannot open for writing");
     std::fprintf(report, "{\"frame\": {\"width\": %d, \"height\": %d, \"valid_bits\": 12},\n \"parts_drawn\": %zu,\n"
-                         " \"otsu_threshold\": %d,\n \"objects\": %s,\n \"timings_ms\": {",
-                 frame_width, frame_height, parts.size(), otsu, objects_json(objects, false).c_str());
+                         " \"otsu_threshold\": %d,\n \"objects\": %s,\n",
+                 frame_width, frame_height, parts.size(), otsu, measured_json(objects).c_str());
+    std::fprintf(report, " \"timings_ms\": {");
     for (size_t k = 0; k < timer.steps.size(); k += 1)
         std::fprintf(report, "%s%s: %.3f", k ? ", " : "", json_string(timer.steps[k].first).c_str(), timer.steps[k].second);
     std::fprintf(report, "}}\n");
     std::fclose(report);
 
-    std::printf("lum demo: a %d x %d 12-bit inspection frame with %zu parts, dust and noise\n\n", frame_width,
-                frame_height, parts.size());
-    std::printf("  %3s %8s %12s %22s\n", "id", "area", "centroid", "bounding box");
-    for (size_t k = 0; k < objects.size(); k += 1) {
-        const Object& o = objects[k];
-        char centroid[32], box[48];
-        std::snprintf(centroid, sizeof centroid, "(%d, %d)", o.centroid_x, o.centroid_y);
-        std::snprintf(box, sizeof box, "%d x %d at (%d, %d)", o.box.width, o.box.height, o.box.x, o.box.y);
-        std::printf("  %3zu %8lld %12s %22s\n", k + 1, static_cast<long long>(o.area), centroid, box);
+    print("lum demo: a %d x %d 12-bit inspection frame with %zu parts, dust and noise\n\n", frame_width,
+          frame_height, parts.size());
+    print("  %5s %8s %16s %22s %5s\n", "label", "area", "centroid", "bounding box", "holes");
+    for (const lum_object& o : objects) {
+        char centroid[48], box[48];
+        std::snprintf(centroid, sizeof centroid, "(%.1f, %.1f)", o.centroid_x, o.centroid_y);
+        std::snprintf(box, sizeof box, "%d x %d at (%d, %d)", o.width, o.height, o.x, o.y);
+        print("  %5u %8u %16s %22s %5u\n", o.label, o.area, centroid, box, o.holes);
     }
-    std::printf("\n%zu objects found (%zu parts drawn), Otsu threshold %d of 255\n\n", objects.size(), parts.size(), otsu);
+    print("\n%zu objects found (%zu parts drawn), Otsu threshold %d of 255\n\n", objects.size(), parts.size(), otsu);
     double library = 0;
     for (const auto& [name, ms] : timer.steps) {
-        std::printf("  %-26s %9.2f ms\n", name.c_str(), ms);
+        print("  %-26s %9.2f ms\n", name.c_str(), ms);
         if (name != "synthesise 12-bit frame" && name != "write PNG files") library += ms;
     }
-    std::printf("  %-26s %9.2f ms\n\nwritten to %s/: frame12.png frame8.png binary.png opened.png overlay.png report.json\n",
-                "image processing in all", library, dir.c_str());
+    print("  %-26s %9.2f ms\n\nwritten to %s/: frame12.png frame8.png binary.png opened.png overlay.png report.json\n",
+          "image processing in all", library, dir.c_str());
     return 0;
 }
 

@@ -6,26 +6,25 @@
 namespace lum::cli {
 namespace {
 
-int32_t interpolation(const Args& args, bool lanczos_allowed) {
+lum::interpolation interpolation(const Args& args, bool lanczos_allowed) {
     const std::string name = args.text("interp", "linear");
-    if (name == "nearest") return 1;
-    if (name == "linear") return 2;
-    if (name == "lanczos" && lanczos_allowed) return 16;
+    if (name == "nearest") return lum::interpolation::nearest;
+    if (name == "linear") return lum::interpolation::linear;
+    if (name == "lanczos" && lanczos_allowed) return lum::interpolation::lanczos;
     throw UsageError(lanczos_allowed ? "--interp is nearest, linear or lanczos" : "--interp is nearest or linear");
 }
 
 int run_mirror(const Args& args) {
     const std::string& in = args.positional[0];
     const std::string flip = args.text("flip", "leftright");
-    const int32_t axis = flip == "updown" ? 0 : flip == "leftright" ? 1 : flip == "both" ? 2 : -1;
-    if (axis < 0) throw UsageError("--flip is updown, leftright or both");
-    const Image image = read_png(in);
-    if (args.has("rect")) {
-        const lum_rect rect = parse_rect(args.text("rect"), "--rect");
-        check(lum_mirrorI_rect(image.handle(), axis, &rect), in, "mirror");
-    } else {
-        check(lum_mirrorI(image.handle(), axis), in, "mirror");
-    }
+    if (flip != "updown" && flip != "leftright" && flip != "both") throw UsageError("--flip is updown, leftright or both");
+    const lum::mirror_axis axis = flip == "updown"      ? lum::mirror_axis::up_down
+                                  : flip == "leftright" ? lum::mirror_axis::left_right
+                                                        : lum::mirror_axis::both;
+    const bool part = args.has("rect");
+    const lum_rect rect = part ? parse_rect(args.text("rect"), "--rect") : lum_rect{};
+    lum::image image = read_png(in);
+    in_context(in, "mirror", [&] { part ? lum::mirror(image, axis, rect) : lum::mirror(image, axis); });
     write_png(image, args.positional[1]);
     return 0;
 }
@@ -40,8 +39,8 @@ lum_size parse_size(const std::string& text, const std::string& what) {
 int run_resize(const Args& args) {
     const std::string& in = args.positional[0];
     if (args.has("size") == args.has("factor")) throw UsageError("give --size or --factor");
-    const int32_t code = interpolation(args, true);
-    const Image source = read_png(in);
+    const lum::interpolation how = interpolation(args, true);
+    const lum::image source = read_png(in);
     const lum_info i = source.info();
     lum_size to{};
     if (args.has("size")) {
@@ -52,10 +51,8 @@ int run_resize(const Args& args) {
     }
     if (to.width < 1 || to.height < 1 || to.width > 65536 || to.height > 65536)
         throw UsageError("output size must be 1 to 65536 pixels each way");
-    Image result(to.width, to.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
-    check(lum_resize(source.handle(), lum_point{0, 0}, lum_size{i.width, i.height}, result.handle(), lum_point{0, 0},
-                     to, code),
-          in, "resize");
+    lum::image result = new_image(to.width, to.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
+    in_context(in, "resize", [&] { lum::resize(source, result, how); });
     write_png(result, args.positional[1]);
     return 0;
 }
@@ -63,10 +60,10 @@ int run_resize(const Args& args) {
 int run_rotate(const Args& args) {
     const std::string& in = args.positional[0];
     const double angle = parse_number(args.positional[2], "ANGLE");
-    const int32_t code = interpolation(args, false);
-    const Image source = read_png(in);
+    const lum::interpolation how = interpolation(args, false);
+    const lum::image source = read_png(in);
     const lum_info i = source.info();
-    Image result(i.width, i.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
+    lum::image result = new_image(i.width, i.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
     double x_shift = 0, y_shift = 0;
     if (args.has("shift")) {
         const std::vector<double> s = parse_numbers(args.text("shift"), "--shift", 2);
@@ -79,7 +76,7 @@ int run_rotate(const Args& args) {
         x_shift = cx - (cx * c + cy * s);
         y_shift = cy - (-cx * s + cy * c);
     }
-    check(lum_rotate(source.handle(), result.handle(), angle, x_shift, y_shift, code), in, "rotate");
+    in_context(in, "rotate", [&] { lum::rotate(source, result, angle, x_shift, y_shift, how); });
     write_png(result, args.positional[1]);
     return 0;
 }

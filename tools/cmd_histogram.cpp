@@ -9,7 +9,7 @@ namespace {
 
 int run_histogram(const Args& args) {
     const std::string& path = args.positional[0];
-    const Image image = read_png(path);
+    const lum::image image = read_png(path);
     const lum_info i = image.info();
     const double full = i.pix_type == lum_fmt_32f ? 1.0 : static_cast<double>(1u << i.valid_bits);
     double lower = 0, upper = full;
@@ -28,14 +28,14 @@ int run_histogram(const Args& args) {
     const std::string format = args.text("format", "csv");
     const double width = (upper - lower) / static_cast<double>(bins);
     if (format == "json") {
-        std::printf("{\"file\": %s, \"lower\": %.10g, \"upper\": %.10g, \"counts\": [", json_string(path).c_str(),
+        print("{\"file\": %s, \"lower\": %.10g, \"upper\": %.10g, \"counts\": [", json_string(path).c_str(),
                     lower, upper);
-        for (long k = 0; k < bins; k += 1) std::printf("%s%u", k ? ", " : "", counts[static_cast<size_t>(k)]);
-        std::printf("]}\n");
+        for (long k = 0; k < bins; k += 1) print("%s%u", k ? ", " : "", counts[static_cast<size_t>(k)]);
+        print("]}\n");
     } else if (format == "csv") {
-        std::printf("from,to,count\n");
+        print("from,to,count\n");
         for (long k = 0; k < bins; k += 1)
-            std::printf("%.10g,%.10g,%u\n", lower + static_cast<double>(k) * width,
+            print("%.10g,%.10g,%u\n", lower + static_cast<double>(k) * width,
                         lower + static_cast<double>(k + 1) * width, counts[static_cast<size_t>(k)]);
     } else {
         throw UsageError("--format is csv or json");

@@ -19,11 +19,13 @@ int run_morph(const Args& args) {
         h = x == std::string::npos ? w : static_cast<int32_t>(parse_integer(s.substr(x + 1), "--size"));
         if (w < 1 || h < 1 || w > 255 || h > 255) throw UsageError("--size: 1 to 255 pixels each way");
     }
-    const Image source = read_png(in);
+    const lum::image source = read_png(in);
     const lum_info i = source.info();
-    Image result(i.width, i.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
-    const lum_morph_param param{shape == "rect" ? 0 : 2, op == "open" ? 2 : 3, w, h};
-    check(lum_morph_open_close(source.handle(), result.handle(), &param), in, op == "open" ? "opening" : "closing");
+    lum::image result = new_image(i.width, i.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
+    in_context(in, op == "open" ? "opening" : "closing", [&] {
+        lum::morph(source, result, op == "open" ? lum::morph_operation::open : lum::morph_operation::close,
+                   shape == "rect" ? lum::morph_shape::rectangle : lum::morph_shape::ellipse, w, h);
+    });
     write_png(result, args.positional[1]);
     return 0;
 }

@@ -24,7 +24,7 @@ int run_profile(const Args& args) {
     if (thickness < 1 || thickness > 1000) throw UsageError("--thickness: 1 to 1000 lines");
     const std::string format = args.text("format", "csv");
     if (format != "csv" && format != "json") throw UsageError("--format is csv or json");
-    const Image image = read_png(in);
+    const lum::image image = read_png(in);
     const lum_info i = image.info();
     const double dx = second.x - first.x, dy = second.y - first.y;
     uint32_t count = static_cast<uint32_t>(std::ceil(std::hypot(dx, dy))) + 2;
@@ -35,14 +35,14 @@ int run_profile(const Args& args) {
                            : lum_get_profile(image.handle(), first, second, static_cast<uint32_t>(thickness),
                                              samples.data(), &count);
     check(status, in, "profile");
-    if (format == "json") std::printf("{\"file\": %s, \"samples\": [", json_string(in).c_str());
-    else std::printf("index,value\n");
+    if (format == "json") print("{\"file\": %s, \"samples\": [", json_string(in).c_str());
+    else print("index,value\n");
     for (uint32_t k = 0; k < count; k += 1) {
         const double v = sample_at(samples.data(), i.pix_type, static_cast<int>(k));
-        if (format == "json") std::printf("%s%g", k ? ", " : "", v);
-        else std::printf("%u,%g\n", k, v);
+        if (format == "json") print("%s%g", k ? ", " : "", v);
+        else print("%u,%g\n", k, v);
     }
-    if (format == "json") std::printf("]}\n");
+    if (format == "json") print("]}\n");
     return 0;
 }
 

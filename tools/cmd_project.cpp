@@ -20,7 +20,7 @@ void progress(size_t done, size_t total) {
 
 // Fills every sample of an image with its valid-bits maximum, so that a
 // minimum over frames starts from above them all.
-void fill_with_maximum(const Image& image) {
+void fill_with_maximum(const lum::image& image) {
     const lum_info i = image.info();
     const unsigned top = (1u << i.valid_bits) - 1;
     for (int32_t y = 0; y < i.height; y += 1) {
@@ -38,39 +38,40 @@ int run_project(const Args& args) {
     const std::string op = args.text("op", "max");
     if (op != "max" && op != "min" && op != "mean") throw UsageError("--op is max, min or mean");
     const std::string along = args.text("direction", "pixel");
-    const int32_t direction = along == "pixel" ? 0 : along == "rows" ? 1 : along == "columns" ? 2 : -1;
-    if (direction < 0) throw UsageError("--direction is pixel, rows or columns");
+    if (along != "pixel" && along != "rows" && along != "columns") throw UsageError("--direction is pixel, rows or columns");
+    const lum::projection_direction direction = along == "pixel" ? lum::projection_direction::pixels
+                                                : along == "rows" ? lum::projection_direction::rows
+                                                                  : lum::projection_direction::columns;
     const bool bar = !args.has("quiet") && ::isatty(STDERR_FILENO);
     const uint32_t count = static_cast<uint32_t>(frames.size());
 
-    Image destination, accumulator;
+    lum::image destination, accumulator;
     lum_info first{};
     for (uint32_t index = 0; index < count; index += 1) {
-        const Image frame = read_png(frames[index]);
+        const lum::image frame = read_png(frames[index]);
         const lum_info i = frame.info();
         if (index == 0) {
             first = i;
             if (i.channels != lum_gray || (i.pix_type != lum_fmt_8u && i.pix_type != lum_fmt_16u))
                 throw Error(frames[0] + ": projections need grey 8u or 16u frames");
-            const int32_t w = direction == 1 ? static_cast<int32_t>(count) : i.width;
-            const int32_t h = direction == 2 ? static_cast<int32_t>(count) : i.height;
-            destination = Image(w, h, i.pix_type, lum_gray, static_cast<int32_t>(i.valid_bits));
+            const int32_t w = direction == lum::projection_direction::rows ? static_cast<int32_t>(count) : i.width;
+            const int32_t h = direction == lum::projection_direction::columns ? static_cast<int32_t>(count) : i.height;
+            destination = new_image(w, h, i.pix_type, lum_gray, static_cast<int32_t>(i.valid_bits));
             if (op == "min") fill_with_maximum(destination);
             if (op == "mean") {
-                int32_t handle = -1;
-                check(lum_projection_mean_init(static_cast<uint32_t>(i.width), static_cast<uint32_t>(i.height), &handle),
-                      frames[0], "mean accumulator");
-                accumulator = Image(handle);
+                accumulator = in_context(frames[0], "mean accumulator", [&] {
+                    return lum::projection_mean_accumulator(static_cast<uint32_t>(i.width), static_cast<uint32_t>(i.height));
+                });
             }
         } else if (i.width != first.width || i.height != first.height || i.pix_type != first.pix_type ||
                    i.channels != first.channels) {
             throw Error(frames[index] + ": differs from " + frames[0] + " in size or format");
         }
-        int status;
-        if (op == "max") status = lum_projection_max(frame.handle(), destination.handle(), index, count, direction);
-        else if (op == "min") status = lum_projection_min(frame.handle(), destination.handle(), index, count, direction);
-        else status = lum_projection_mean(frame.handle(), destination.handle(), index, count, direction, accumulator.handle());
-        check(status, frames[index], op + " projection");
+        in_context(frames[index], op + " projection", [&] {
+            if (op == "max") lum::projection_max(frame, destination, index, count, direction);
+            else if (op == "min") lum::projection_min(frame, destination, index, count, direction);
+            else lum::projection_mean(frame, destination, index, count, direction, accumulator);
+        });
         if (bar) progress(index + 1, count);
     }
     write_png(destination, out);

@@ -10,7 +10,7 @@ namespace {
 
 int run_scale(const Args& args) {
     const std::string& in = args.positional[0];
-    const Image source = read_png(in);
+    const lum::image source = read_png(in);
     const lum_info i = source.info();
     const lum_data_format to = parse_format(args.text("to", format_name(i.pix_type)));
     if (to == lum_fmt_32f) throw UsageError("--to: PNG holds 8u or 16u");
@@ -35,12 +35,12 @@ int run_scale(const Args& args) {
     } else {
         a = top / (std::ldexp(1.0, static_cast<int>(i.valid_bits)) - 1);
     }
-    Image result(i.width, i.height, to, i.channels, static_cast<int32_t>(bits));
+    const lum::image result = new_image(i.width, i.height, to, i.channels, static_cast<int32_t>(bits));
     // The scale primitive walks samples, not pixels: colour rows go through as
     // grey rows three times as wide over the same buffers.
-    const Image from = grey_view(source), into = grey_view(result);
+    const lum::image from = grey_view(source), into = grey_view(result);
     check(lum_scale(from.handle(), into.handle(), a, b), in, "scale");
-    std::printf("a %.10g  b %.10g\n", a, b);
+    print("a %.10g  b %.10g\n", a, b);
     write_png(result, args.positional[1]);
     return 0;
 }
@@ -49,7 +49,7 @@ const Registration scale{{"scale", "IN.png OUT.png", "map samples linearly (d = 
                           "By default the input's valid range maps onto the output's: a 12-bit frame\n"
                           "scaled --to 8u becomes 0..255. --stretch maps the image's minimum and\n"
                           "maximum onto the output range; --a and --b give the factors directly.\n"
-                          "Results are rounded and saturated.",
+                          "Results are rounded and saturated to the output's valid bits.",
                           {{"to", "8u|16u", "output format (the input's)"},
                            {"bits", "N", "valid bits of the output (8 for 8u, 16 for 16u)"},
                            {"stretch", "", "map minimum..maximum onto the output range"},

@@ -21,10 +21,10 @@ std::string list(const double* v, int n, bool json) {
 
 int run_stats(const Args& args) {
     const bool json = args.has("json");
-    if (json) std::printf("[");
+    if (json) print("[");
     bool first = true;
     for (const std::string& path : args.positional) {
-        const Image image = read_png(path);
+        const lum::image image = read_png(path);
         const lum_info i = image.info();
         const lum_rect rect = args.has("rect") ? parse_rect(args.text("rect"), "--rect") : lum_rect{0, 0, i.width, i.height};
         const int channels = static_cast<int>(i.channels);
@@ -43,20 +43,20 @@ int run_stats(const Args& args) {
             check(lum_sum_rect(image.handle(), &rect, &sum), path, "sum");
         }
         if (json) {
-            std::printf("%s\n  {\"file\": %s, \"rect\": [%d, %d, %d, %d], \"min\": %s, \"max\": %s", first ? "" : ",",
+            print("%s\n  {\"file\": %s, \"rect\": [%d, %d, %d, %d], \"min\": %s, \"max\": %s", first ? "" : ",",
                         json_string(path).c_str(), rect.x, rect.y, rect.width, rect.height,
                         list(minimum, channels, true).c_str(), list(maximum, channels, true).c_str());
-            if (grey) std::printf(", \"mean\": %.10g, \"stddev\": %.10g, \"sum\": %.17g", mean, stddev, sum);
-            std::printf("}");
+            if (grey) print(", \"mean\": %.10g, \"stddev\": %.10g, \"sum\": %.17g", mean, stddev, sum);
+            print("}");
         } else {
-            std::printf("%s: min %s  max %s", path.c_str(), list(minimum, channels, false).c_str(),
+            print("%s: min %s  max %s", path.c_str(), list(minimum, channels, false).c_str(),
                         list(maximum, channels, false).c_str());
-            if (grey) std::printf("  mean %.6g  stddev %.6g  sum %.17g", mean, stddev, sum);
-            std::printf("\n");
+            if (grey) print("  mean %.6g  stddev %.6g  sum %.17g", mean, stddev, sum);
+            print("\n");
         }
         first = false;
     }
-    if (json) std::printf("\n]\n");
+    if (json) print("\n]\n");
     return 0;
 }
 

@@ -12,7 +12,7 @@ int run_threshold(const Args& args) {
     const std::string& out = args.positional[1];
     const bool otsu = args.has("otsu");
     if (otsu == (args.positional.size() == 3)) throw UsageError("give either a threshold VALUE or --otsu");
-    const Image source = read_png(in);
+    const lum::image source = read_png(in);
     const lum_info i = source.info();
     long threshold;
     if (otsu) {
@@ -20,7 +20,7 @@ int run_threshold(const Args& args) {
         check(lum_otsu_get_threshold(source.handle(), &t), in, "Otsu threshold");
         // Otsu's threshold is the last level of the background class.
         threshold = static_cast<long>(t) + 1;
-        std::printf("otsu %d: samples >= %ld are objects\n", t, threshold);
+        print("otsu %d: samples >= %ld are objects\n", t, threshold);
     } else {
         threshold = parse_integer(args.positional[2], "VALUE");
     }
@@ -32,7 +32,7 @@ int run_threshold(const Args& args) {
         if (otsu) throw Error(in + ": Otsu's threshold " + std::to_string(threshold) + " leaves one level only");
         throw UsageError("VALUE must be 1 to " + std::to_string(maximum) + " for this image");
     }
-    Image binary(i.width, i.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
+    const lum::image binary = new_image(i.width, i.height, i.pix_type, i.channels, static_cast<int32_t>(i.valid_bits));
     const int32_t t = static_cast<int32_t>(args.has("invert") ? -threshold : threshold);
     check(lum_binarization(source.handle(), binary.handle(), t), in, "binarization");
     write_png(binary, out);

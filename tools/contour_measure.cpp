@@ -1,5 +1,5 @@
-// Objects of a binary image through the contour functions of the C interface:
-// tracing, fetching the result, vertical runs for area and centroid, and an
+// Objects of a binary image through the contour functions: tracing and
+// fetching through the C++ header, vertical runs for area and centroid, and an
 // overlay drawn with the palette renderer and single-pixel writes.
 #include "contour_measure.hpp"
 
@@ -7,24 +7,18 @@
 
 namespace lum::cli {
 
-std::vector<Object> find_objects(const Image& binary, const std::string& where) {
-    uint32_t total = 0, count = 0;
-    const int32_t set = lum_find_contours(binary.handle(), &total, &count);
-    check(set, where, "contour tracing");
+std::vector<Object> find_objects(const lum::image& binary, const std::string& where) {
+    // The header's tracing releases the library's contour set on every path,
+    // the empty set of an empty frame included.
+    std::vector<lum_rect> boxes;
+    std::vector<lum::contour> outlines =
+        in_context(where, "contour tracing", [&] { return lum::find_contours(binary, &boxes); });
     std::vector<Object> objects;
-    if (count == 0) return objects;  // an empty set cannot be fetched
-    std::vector<int32_t> result(total);
-    std::vector<uint32_t> sizes(count);
-    check(lum_get_contours_result(set, result.data(), sizes.data()), where, "contour result");
-    size_t at = 0;
-    for (const uint32_t size : sizes) {
+    for (size_t k = 0; k < outlines.size(); k += 1) {
         Object o;
-        const size_t n = (size - 4) / 2;
-        o.outline.resize(n);
-        for (size_t k = 0; k < n; k += 1) o.outline[k] = lum_point{result[at + 2 * k], result[at + 2 * k + 1]};
-        const int32_t* box = &result[at + 2 * n];
-        o.box = lum_rect{box[0], box[1], box[2], box[3]};
-        at += size;
+        o.outline = std::move(outlines[k]);
+        o.box = boxes[k];
+        const size_t n = o.outline.size();
         // At most one run per pair of column changes, plus the closing triple.
         std::vector<int32_t> runs(3 * (n + 2));
         uint32_t written = 0;
@@ -63,7 +57,7 @@ std::string objects_json(const std::vector<Object>& objects, bool with_points) {
     return out + (objects.empty() ? "]" : "\n  ]");
 }
 
-void draw_objects(const Image& colour, const std::vector<Object>& objects) {
+void draw_objects(const lum::image& colour, const std::vector<Object>& objects) {
     const uint8_t red[3] = {255, 0, 0}, yellow[3] = {255, 255, 0};
     const lum_info i = colour.info();
     auto put = [&](int32_t x, int32_t y, const uint8_t* c) {
@@ -80,9 +74,9 @@ void draw_objects(const Image& colour, const std::vector<Object>& objects) {
     }
 }
 
-Image render_grey(const Image& grey, double contrast, int32_t brightness) {
+lum::image render_grey(const lum::image& grey, double contrast, int32_t brightness) {
     const lum_info i = grey.info();
-    Image colour(i.width, i.height, lum_fmt_8u, lum_color, 8);
+    lum::image colour = new_image(i.width, i.height, lum_fmt_8u, lum_color, 8);
     uint8_t palette[256 * 3];
     for (int k = 0; k < 256; k += 1) palette[3 * k] = palette[3 * k + 1] = palette[3 * k + 2] = static_cast<uint8_t>(k);
     const lum_rect whole{0, 0, i.width, i.height};

@@ -19,16 +19,16 @@ struct Object {
 
 // Traces the non-zero objects of a one-channel 8u or 16u image; where names
 // the image in failures.
-std::vector<Object> find_objects(const Image& binary, const std::string& where);
+std::vector<Object> find_objects(const lum::image& binary, const std::string& where);
 
 // JSON of the objects; with_points adds each outline.
 std::string objects_json(const std::vector<Object>& objects, bool with_points);
 
 // Paints the outlines red and the box corners yellow into an 8-bit colour image.
-void draw_objects(const Image& colour, const std::vector<Object>& objects);
+void draw_objects(const lum::image& colour, const std::vector<Object>& objects);
 
 // A grey image rendered into a new 8-bit colour image through the palette
 // renderer (16-bit images shifted down by their valid bits).
-Image render_grey(const Image& grey, double contrast, int32_t brightness);
+lum::image render_grey(const lum::image& grey, double contrast, int32_t brightness);
 
 }  // namespace lum::cli

@@ -1,9 +1,10 @@
 """The shared library, its C types and its status codes.
 
 The library is found, in this order, at $LUM_LIB (a path to liblum_lib.so),
-next to this package in an installed tree (../../../liblum_lib.so from
-lib/python3/dist-packages/lum), in a build tree beside the sources
-(build/liblum_lib.so), and through the dynamic loader's own search.
+inside this package (where `pip install .` puts it), next to the package in a
+tree installed by CMake (../../../liblum_lib.so from lib/python3/dist-packages/lum),
+in a build tree beside the sources (build/liblum_lib.so), and through the
+dynamic loader's own search.
 """
 import ctypes
 import ctypes.util
@@ -44,7 +45,7 @@ def _candidates():
         yield os.environ["LUM_LIB"]
         return
     here = os.path.dirname(os.path.abspath(__file__))
-    for relative in ("../../../liblum_lib.so", "../../build/liblum_lib.so"):
+    for relative in ("liblum_lib.so", "../../../liblum_lib.so", "../../build/liblum_lib.so"):
         path = os.path.normpath(os.path.join(here, relative))
         if os.path.exists(path):
             yield path
@@ -75,14 +76,15 @@ def status_text(code):
 
 
 class LumError(Exception):
-    """A negative status from the library: .code, .phrase and .function."""
+    """A negative status from the library: .code, .phrase (lum_status_text) and .function."""
 
-    def __init__(self, code, function=""):
+    def __init__(self, code, function="", detail=""):
         self.code = int(code)
         self.phrase = status_text(code)
         self.function = function
         where = function + ": " if function else ""
-        super().__init__(f"{where}{self.phrase} ({self.code})")
+        more = f" ({detail})" if detail else ""
+        super().__init__(f"{where}{self.phrase} ({self.code}){more}")
 
 
 def check(status, function=""):
@@ -101,3 +103,27 @@ def bind(name, restype, argtypes):
     f.restype = restype
     f.argtypes = argtypes
     return f
+
+
+class Object(ctypes.Structure):
+    """One record of lum_measure_objects (natural alignment, 72 bytes)."""
+    _fields_ = [("label", ctypes.c_uint32), ("area", ctypes.c_uint32),
+                ("centroid_x", ctypes.c_double), ("centroid_y", ctypes.c_double),
+                ("x", ctypes.c_int32), ("y", ctypes.c_int32), ("width", ctypes.c_int32), ("height", ctypes.c_int32),
+                ("holes", ctypes.c_uint32), ("orientation", ctypes.c_double),
+                ("major_axis", ctypes.c_double), ("minor_axis", ctypes.c_double)]
+
+
+_measure_objects = []
+
+
+def measure_objects_function():
+    """lum_measure_objects with its prototype, or None when the loaded library lacks it.
+
+    Looked up on first use, so that the package imports from a library built
+    before the function existed."""
+    if not _measure_objects:
+        _measure_objects.append(bind("lum_measure_objects", ctypes.c_int8,
+                                     [ctypes.c_int32, ctypes.c_uint32, ctypes.c_int32, ctypes.POINTER(Object),
+                                      ctypes.c_uint32, ctypes.POINTER(ctypes.c_uint32)]))
+    return _measure_objects[0]

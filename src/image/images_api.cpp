@@ -46,21 +46,31 @@ LUM_API int8_t lum_set_physical_size(int32_t image, float width, float height) {
 
 namespace {
 // One column and one row past the image are admitted on purpose (greater-than).
-bool pixel_position_refused(const img& im, lum_point p) {
-    return p.x < 0 || p.x > im.width || p.y < 0 || p.y > im.height;
+// The library's own buffers carry a slack row for them; on a caller's buffer a
+// pixel whose bytes would leave its rows × step bytes is refused with -2.
+int8_t check_pixel_position(const img& im, lum_point p) {
+    if (p.x < 0 || p.x > im.width || p.y < 0 || p.y > im.height) return lum::out_of_range;
+    if (im.ownership != 2) return lum::ok;
+    const bool integer = (im.pix_type == lum_fmt_8u || im.pix_type == lum_fmt_16u) &&
+                         (im.channels == lum_gray || im.channels == lum_color);
+    const bool one_float = im.pix_type == lum_fmt_32f && im.channels == lum_gray;
+    if (!integer && !one_float) return lum::ok;  // nothing is copied, or the layout is refused
+    const int64_t pixel = lum::bytes_per_pixel(im);
+    const int64_t offset = int64_t{p.y} * im.step_bytes + int64_t{p.x} * pixel;
+    return lum::span_fits(im, offset, 1, im.step_bytes, pixel) ? lum::ok : lum::beyond_image;
 }
 }  // namespace
 
 LUM_API int8_t lum_get_one_pixel(int32_t image, lum_point position, void* value) {
     return with_images({image}, [&](img* im) -> int8_t {
-        if (pixel_position_refused(*im, position)) return lum::out_of_range;
+        LUM_CHECK(check_pixel_position(*im, position));
         return im->get_px_value(position.x, position.y, value);
     });
 }
 
 LUM_API int8_t lum_set_one_pixel(int32_t image, lum_point position, const void* value) {
     return with_images({image}, [&](img* im) -> int8_t {
-        if (pixel_position_refused(*im, position)) return lum::out_of_range;
+        LUM_CHECK(check_pixel_position(*im, position));
         return im->set_px_value(position.x, position.y, value);
     });
 }

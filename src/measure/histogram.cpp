@@ -26,6 +26,8 @@ int8_t histogram(const img* image, const lum_rect* rect, float lower, float uppe
     LUM_CHECK(map_status(prim::histogram_init_uniform(type, lower, upper, levels, spec.get())));
 
     const int step = step_of(im);
+    const bool counted = im.pix_type == lum_fmt_8u || im.pix_type == lum_fmt_16u || im.pix_type == lum_fmt_32f;
+    if (counted && !region_fits(im, rect->x, rect->y, rect->width, rect->height)) return beyond_image;
     switch (im.pix_type) {
         case lum_fmt_8u:
             return map_status(prim::histogram_8u_c1(pixel_at<uint8_t>(im, rect->x, rect->y), step, size, counts,

@@ -13,6 +13,7 @@ namespace lum::measure {
 namespace {
 
 int8_t otsu_8u(const img& im, const lum_rect& rect, int32_t* threshold) {
+    if (!region_fits(im, rect.x, rect.y, rect.width, rect.height)) return beyond_image;
     uint8_t t = 0;
     LUM_CHECK(map_status(
         prim::otsu_threshold_8u_c1(pixel_at<uint8_t>(im, rect.x, rect.y), step_of(im), size_of(rect), &t)));

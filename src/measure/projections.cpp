@@ -22,17 +22,17 @@ int8_t check_destination(const img& frame, const img* dst, uint32_t index, uint3
             LUM_CHECK(require_initialised(dst));
             if (frame.width < 1 || frame.height < 1) return out_of_range;
             if (frame.width > dst->width || frame.height > dst->height) return beyond_image;
-            return ok;
+            return whole_fits(frame) && region_fits(*dst, 0, 0, frame.width, frame.height) ? ok : beyond_image;
         case per_row:
             LUM_CHECK(require_initialised(dst));
             if (count < 1 || frame.height < 1) return out_of_range;
             if (count > static_cast<uint32_t>(dst->width) || frame.height > dst->height) return beyond_image;
-            return region_fits(*dst, index, 0, 1, frame.height) ? ok : beyond_image;
+            return whole_fits(frame) && region_fits(*dst, index, 0, 1, frame.height) ? ok : beyond_image;
         case per_column:
             LUM_CHECK(require_initialised(dst));
             if (frame.width < 1 || count < 1) return out_of_range;
             if (frame.width > dst->width || count > static_cast<uint32_t>(dst->height)) return beyond_image;
-            return region_fits(*dst, 0, index, frame.width, 1) ? ok : beyond_image;
+            return whole_fits(frame) && region_fits(*dst, 0, index, frame.width, 1) ? ok : beyond_image;
         default:
             return out_of_range;
     }
@@ -111,6 +111,7 @@ int8_t projection_mean(const img* frame, img* dst, uint32_t index, uint32_t coun
         // The accumulator holds one float per frame pixel; a mean needs frames.
         if (acc->pix_type != lum_fmt_32f) return bad_format;
         if (frame->width > acc->width || frame->height > acc->height) return beyond_image;
+        if (!region_fits(*acc, 0, 0, frame->width, frame->height)) return beyond_image;
         if (count < 1) return out_of_range;
     }
     switch (frame->pix_type) {

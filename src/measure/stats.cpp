@@ -23,6 +23,9 @@ int8_t sum(const img* image, const lum_rect* area, double* total) {
     // Each row is read as width one-channel samples whatever the channel
     // count: callers sum one-channel images, and a colour image keeps
     // contributing the first width samples of its rows as it always has.
+    if (!span_fits(im, int64_t{rect.y} * im.step_bytes + int64_t{rect.x} * bytes_per_pixel(im), rect.height,
+                   im.step_bytes, int64_t{rect.width} * bytes_per_sample(im.pix_type)))
+        return beyond_image;
     switch (im.pix_type) {
         case lum_fmt_8u:
             return map_status(prim::sum_8u_c1(pixel_at<uint8_t>(im, rect.x, rect.y), step, size_of(rect), total));
@@ -54,6 +57,7 @@ int8_t mean_stddev(const img* image, const lum_rect* area, double* mean, double*
     const img& im = *image;
     if (im.pix_type != lum_fmt_8u && im.pix_type != lum_fmt_16u && im.pix_type != lum_fmt_32f) return bad_format;
     if (im.channels != lum_gray) return bad_channels;
+    if (!region_fits(im, rect.x, rect.y, rect.width, rect.height)) return beyond_image;
     const int step = step_of(im);
     const prim::Size size = size_of(rect);
     switch (im.pix_type) {
@@ -86,6 +90,7 @@ int8_t pick_every(const img* first, const img* second, const img* destination, c
         default:
             return bad_format;
     }
+    if (!whole_fits(a) || !whole_fits(b) || !whole_fits(d)) return beyond_image;
     if (a.pix_type == lum_fmt_8u)
         return map_status(k8(static_cast<const uint8_t*>(a.frame_buf), step_of(a),
                              static_cast<const uint8_t*>(b.frame_buf), step_of(b),
@@ -102,6 +107,8 @@ int8_t min_max(const img* image, const lum_rect* area, void* minimum, void* maxi
     const lum_rect& rect = *area;
     if (!minimum || !maximum) return out_of_range;
     const img& im = *image;
+    if ((im.channels == lum_gray || im.channels == lum_color) && !region_fits(im, rect.x, rect.y, rect.width, rect.height))
+        return beyond_image;
     switch (im.pix_type) {
         case lum_fmt_8u:
             return min_max_of<uint8_t>(im, rect, minimum, maximum, prim::min_max_8u_c1, prim::min_max_8u_c3);

@@ -108,8 +108,12 @@ template <class T, class Op>
 int binary(const T* a, int a_step, const T* b, int b_step, T* d, int d_step, Size size) {
     if (!a || !b || !d) return st_null;
     if (empty_region(size)) return st_size;
-    for (int y = 0; y < size.height; ++y)
-        binary_row(row_at(a, a_step, y), row_at(b, b_step, y), row_at(d, d_step, y), size.width, lanes_of_op<Op>{});
+    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y)
+            binary_row(row_at(a, a_step, y), row_at(b, b_step, y), row_at(d, d_step, y), size.width,
+                       lanes_of_op<Op>{}, stores);
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
@@ -119,8 +123,11 @@ int constant(const T* s, int s_step, T* d, int d_step, Size size, const T* value
     if (empty_region(size)) return st_size;
     simd::vec<T> k[3];
     channel_constants(values, channels, k);
-    for (int y = 0; y < size.height; ++y)
-        constant_row(row_at(s, s_step, y), row_at(d, d_step, y), size.width, k, lanes_of_op<Op>{});
+    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y)
+            constant_row(row_at(s, s_step, y), row_at(d, d_step, y), size.width, k, lanes_of_op<Op>{}, stores);
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 

@@ -88,65 +88,110 @@ struct widest<T, U, R...> {
     using type = typename widest<std::conditional_t<(sizeof(U) > sizeof(T)), U, T>, R...>::type;
 };
 
+// Where a row loop stores its full vectors. Destinations larger than the
+// caches are written with streaming stores: the lines go to memory without
+// being read first, and the sources stay in cache. Smaller ones stay cached
+// for the next operation.
+using cached_stores = std::false_type;
+using streaming_stores = std::true_type;
+inline constexpr int64_t kStreamingBytes = int64_t{4} << 20;
+
+// Calls body(cached_stores{}) or body(streaming_stores{}) by the destination's size in bytes.
+template <class Body>
+inline auto with_stores_for(int64_t destination_bytes, Body&& body) {
+    if (destination_bytes >= kStreamingBytes) return body(streaming_stores{});
+    return body(cached_stores{});
+}
+
+// Elements of D before d + x reaches the alignment a streaming store of V
+// needs, or -1 when d cannot reach it (an element off its own boundary).
+template <class V, class D>
+inline int elements_to_alignment(const D* d) {
+    const auto address = reinterpret_cast<uintptr_t>(d);
+    if (address % sizeof(D) != 0) return -1;
+    return static_cast<int>(((sizeof(V) - address % sizeof(V)) % sizeof(V)) / sizeof(D));
+}
+
+// Runs chunk(x, k) over [0, n) in steps of L elements (k < L only at the
+// ends), full steps as chunk(x, L) through store(x, value) targets: the
+// shared skeleton of every row loop. With streaming stores the first steps
+// are shortened until the destination is aligned, and a fence ends the row.
+template <int L, class V, class D, class Stream, class Compute>
+inline void row_steps(D* d, int n, Stream, const Compute& compute) {
+    int x = 0;
+    if constexpr (Stream::value) {
+        const int head = elements_to_alignment<V>(d);
+        if (head >= 0 && n - head >= 2 * L) {
+            if (head > 0) simd::store_first(d, compute(0, head), head);
+            for (x = head; x + L <= n; x += L) simd::stream(d + x, compute(x, L));
+            for (; x < n; x += L) simd::store_first(d + x, compute(x, n - x), n - x);
+            return;
+        }
+    }
+    for (; x + 2 * L <= n; x += 2 * L) {
+        const auto r0 = compute(x, L);
+        const auto r1 = compute(x + L, L);
+        simd::store(d + x, r0);
+        simd::store(d + x + L, r1);
+    }
+    for (; x < n; x += L) simd::store_first(d + x, compute(x, n - x), n - x);
+}
+
 // d[i] = op(a[i], b[i]) for i < n; op takes a vector of each source and
 // returns one of the destination, all of lanes<W> elements (W the widest
-// sample type unless given). d may be a or b (in place). The tail's unused
-// lanes hold 0; an op that also takes the count of valid lanes gets it there
-// (ops that gather flags over the lanes need it).
-template <class W = void, class A, class B, class D, class Op>
-inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op) {
+// sample type unless given). d may be a or b (in place). The unused lanes of
+// a partial step hold 0; an op that also takes the count of valid lanes gets
+// it there (ops that gather flags over the lanes need it).
+template <class W = void, class A, class B, class D, class Op, class Stream = cached_stores>
+inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op, Stream stream = {}) {
     using Wide = std::conditional_t<std::is_void_v<W>, typename widest<A, B, D>::type, W>;
     using VA = simd::lanes_of<A, Wide>;
     using VB = simd::lanes_of<B, Wide>;
     constexpr int L = simd::lanes<Wide>;
-    int x = 0;
-    for (; x + 2 * L <= n; x += 2 * L) {
-        const auto r0 = op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
-        const auto r1 = op(simd::load_as<VA>(a + x + L), simd::load_as<VB>(b + x + L));
-        simd::store(d + x, r0);
-        simd::store(d + x + L, r1);
-    }
-    for (; x < n; x += L) {
-        const int k = n - x;
+    row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
+        if (k == L) return op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
         const VA va = simd::load_first<VA>(a + x, k);
         const VB vb = simd::load_first<VB>(b + x, k);
-        if constexpr (std::is_invocable_v<Op, VA, VB, int>)
-            simd::store_first(d + x, op(va, vb, k), k);
-        else
-            simd::store_first(d + x, op(va, vb), k);
-    }
+        if constexpr (std::is_invocable_v<Op, VA, VB, int>) return op(va, vb, k);
+        else return op(va, vb);
+    });
 }
 
 // d[i] = op(s[i]) for i < n, S and D of any widths (as binary_row).
-template <class W = void, class S, class D, class Op>
-inline void unary_row(const S* s, D* d, int n, const Op& op) {
+template <class W = void, class S, class D, class Op, class Stream = cached_stores>
+inline void unary_row(const S* s, D* d, int n, const Op& op, Stream stream = {}) {
     using Wide = std::conditional_t<std::is_void_v<W>, typename widest<S, D>::type, W>;
     using VS = simd::lanes_of<S, Wide>;
     constexpr int L = simd::lanes<Wide>;
-    int x = 0;
-    for (; x + 2 * L <= n; x += 2 * L) {
-        const auto r0 = op(simd::load_as<VS>(s + x));
-        const auto r1 = op(simd::load_as<VS>(s + x + L));
-        simd::store(d + x, r0);
-        simd::store(d + x + L, r1);
-    }
-    for (; x < n; x += L) {
-        const int k = n - x;
+    row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
+        if (k == L) return op(simd::load_as<VS>(s + x));
         const VS vs = simd::load_first<VS>(s + x, k);
-        if constexpr (std::is_invocable_v<Op, VS, int>)
-            simd::store_first(d + x, op(vs, k), k);
-        else
-            simd::store_first(d + x, op(vs), k);
-    }
+        if constexpr (std::is_invocable_v<Op, VS, int>) return op(vs, k);
+        else return op(vs);
+    });
 }
 
 // d[i] = op(s[i], k[i % 3 × lanes ...]): the constants of three interleaved
 // channels repeat every three vectors, so k holds three vectors that start
 // at channel 0, at the channel that follows one vector, and after two.
-template <class T, class Op>
-inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], const Op& op) {
+template <class T, class Op, class Stream = cached_stores>
+inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], const Op& op, Stream = {}) {
     constexpr int L = simd::lanes<T>;
     int x = 0;
+    if constexpr (Stream::value) {
+        // The constants' phase follows the sample index, so the loop keeps its
+        // three-vector step and streams when the row happens to be aligned.
+        if (elements_to_alignment<simd::vec<T>>(d) == 0) {
+            for (; x + 3 * L <= n; x += 3 * L) {
+                const auto r0 = op(simd::load(s + x), k[0]);
+                const auto r1 = op(simd::load(s + x + L), k[1]);
+                const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
+                simd::stream(d + x, r0);
+                simd::stream(d + x + L, r1);
+                simd::stream(d + x + 2 * L, r2);
+            }
+        }
+    }
     for (; x + 3 * L <= n; x += 3 * L) {
         const auto r0 = op(simd::load(s + x), k[0]);
         const auto r1 = op(simd::load(s + x + L), k[1]);

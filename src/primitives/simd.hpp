@@ -142,6 +142,28 @@ inline void store_first(void* p, V v, int n) {
     std::memcpy(p, &v, static_cast<size_t>(n) * sizeof(V{}[0]));
 }
 
+// A streaming store of a whole vector to p, which must be aligned to the
+// vector's size; streaming stores of a row are ordered before the kernel
+// returns by stream_fence().
+template <class V>
+inline void stream(void* p, V v) {
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return _mm512_stream_si512(static_cast<__m512i*>(p), (__m512i)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32) return _mm256_stream_si256(static_cast<__m256i*>(p), (__m256i)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return _mm_stream_si128(static_cast<__m128i*>(p), (__m128i)v);
+#endif
+    store(p, v);
+}
+inline void stream_fence() {
+#if defined(__SSE2__)
+    _mm_sfence();
+#endif
+}
+
 // All ones in the lanes below n, zeros above: a mask for the valid lanes of a row's tail.
 template <class V, size_t... I>
 inline V first_lanes(int n, std::index_sequence<I...>) {

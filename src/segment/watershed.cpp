@@ -15,6 +15,7 @@ int8_t watershed(const img* source, img* markers) {
     if (source->pix_type != lum_fmt_8u && source->pix_type != lum_fmt_16u) return bad_format;
     if (markers->pix_type != lum_fmt_16u) return bad_format;
     if (source->width != markers->width || source->height != markers->height) return mismatch;
+    if (!whole_fits(*source) || !whole_fits(*markers)) return beyond_image;
 
     const prim::Size size = size_of(*source);
     auto* labels = static_cast<uint16_t*>(markers->frame_buf);

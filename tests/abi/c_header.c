@@ -1,4 +1,5 @@
 /* A C99 host: creates, fills, reads and destroys an image through the C interface. */
+#include <stddef.h>
 #include <stdio.h>
 #include <string.h>
 
@@ -15,6 +16,16 @@ int main(void) {
     if (lum_set_one_pixel(h, p, in) != 0 || lum_get_one_pixel(h, p, out) != 0) return 4;
     if (memcmp(in, out, sizeof in) != 0) return 5;
     if (lum_get_data_byte(h) != 2) return 6;
+    {
+        /* Bindings lay the object record out by hand: natural alignment, 72 bytes. */
+        lum_object objects[2];
+        uint32_t count = 0;
+        if (sizeof(lum_object) != 72 || offsetof(lum_object, centroid_x) != 8 || offsetof(lum_object, x) != 24 ||
+            offsetof(lum_object, holes) != 40 || offsetof(lum_object, orientation) != 48 ||
+            offsetof(lum_object, minor_axis) != 64)
+            return 8;
+        if (lum_measure_objects(h, 0, -1, objects, 2, &count) != -65) return 9;
+    }
     if (lum_destroy_image(h) != 0 || lum_destroy_image(h) != -64) return 7;
     puts("c header ok");
     return 0;

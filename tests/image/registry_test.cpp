@@ -120,6 +120,38 @@ TEST(Registry, BorrowedBufferThroughTheCInterface) {
     EXPECT_EQ(buffer[2 * 20 + 3], 513);
 }
 
+TEST(Registry, PixelAccessStaysInsideACallersBuffer) {
+    // Exactly rows x step bytes: the admitted position (width, height) is past the end.
+    std::vector<uint8_t> exact(3 * 11 * 4);
+    lum_info info{10, 4, 0, 0, 30, lum_fmt_8u, 8, lum_color, exact.data()};
+    Image im;
+    ASSERT_EQ(lum_init_image_ex(im, &info), 0);
+    const uint8_t v[3] = {1, 2, 3};
+    uint8_t out[3] = {};
+    EXPECT_EQ(lum_set_one_pixel(im, {10, 4}, v), -2);
+    EXPECT_EQ(lum_get_one_pixel(im, {0, 4}, out), -2);
+    EXPECT_EQ(lum_set_one_pixel(im, {11, 3}, v), -7);  // the position check comes first
+    EXPECT_TRUE(std::all_of(exact.begin(), exact.end(), [](uint8_t b) { return b == 0; }));
+    EXPECT_EQ(lum_set_one_pixel(im, {11, 2}, v), -7);
+    EXPECT_EQ(lum_set_one_pixel(im, {10, 3}, v), -2);  // no padding after the last row
+    // A step that holds 11 pixels: column 10 of the last row is still inside.
+    info.step_bytes = 33;
+    ASSERT_EQ(lum_init_image_ex(im, &info), 0);
+    EXPECT_EQ(lum_set_one_pixel(im, {10, 3}, v), 0);
+    EXPECT_EQ(exact[3 * 33 + 30], 1);
+    // A zero step keeps every pixel outside the (empty) buffer.
+    info.step_bytes = 0;
+    ASSERT_EQ(lum_init_image_ex(im, &info), 0);
+    EXPECT_EQ(lum_get_one_pixel(im, {0, 0}, out), -2);
+    // Layouts that copy nothing or are refused keep their own answer.
+    lum_info floats{2, 2, 0, 0, 0, lum_fmt_32f, 0, lum_color, exact.data()};
+    ASSERT_EQ(lum_init_image_ex(im, &floats), 0);
+    EXPECT_EQ(lum_get_one_pixel(im, {1, 1}, out), 0);
+    floats.pix_type = lum_fmt_16s;
+    ASSERT_EQ(lum_init_image_ex(im, &floats), 0);
+    EXPECT_EQ(lum_get_one_pixel(im, {1, 1}, out), -1);
+}
+
 TEST(CallFrame, StatusMappingPrintsEveryNonZeroStatus) {
     EXPECT_EQ(lum::test::captured_stdout([] { EXPECT_EQ(lum::map_status(0), 0); }), "");
     EXPECT_EQ(lum::test::captured_stdout([] { EXPECT_EQ(lum::map_status(-6), -5); }),

@@ -80,6 +80,10 @@ void cycle(int k) {
     } else if (set >= 0) {
         lum_release_contours(set);
     }
+    lum_object objects[4];
+    uint32_t found = 0;
+    lum_measure_objects(gray, 2, -1, objects, 4, &found);
+    lum_measure_objects(gray, 0, a, objects, 4, &found);  // refused: a holds no 16-bit labels
     uint8_t samples[512];
     uint32_t sample_count = 0;
     lum_get_profile(gray, {1, 1}, {w - 2, h - 3}, 3, samples, &sample_count);

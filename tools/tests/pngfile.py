@@ -1,5 +1,8 @@
 """A small PNG writer and reader of its own (zlib only), so that the tool's
-PNG handling is checked against code that does not share its library."""
+PNG handling is checked against code that does not share its library.
+
+Samples of fewer significant bits than the depth are stored the PNG way:
+scaled to the full depth by repeating their bits, with the count in sBIT."""
 import struct
 import zlib
 
@@ -11,10 +14,24 @@ def _chunk(kind, data):
     return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body) & 0xFFFFFFFF)
 
 
-def write(path, array, significant_bits=None, filter_type=0):
-    """array: (h, w) or (h, w, 3) of uint8 or uint16. filter_type 0..4 for every row."""
+def widen(array, bits, depth):
+    """Samples of `bits` significant bits scaled to `depth` bits by bit replication."""
+    a = np.asarray(array).astype(np.uint32)
+    out = np.zeros_like(a)
+    shift = depth - bits
+    while shift > -bits:
+        out |= (a << shift) if shift >= 0 else (a >> -shift)
+        shift -= bits
+    return (out & ((1 << depth) - 1)).astype(np.uint16 if depth == 16 else np.uint8)
+
+
+def write(path, array, significant_bits=None, filter_type=0, scale=True):
+    """array: (h, w) or (h, w, 3) of uint8 or uint16, the original samples.
+    filter_type 0..4 for every row. scale=False stores them as they are."""
     a = np.asarray(array)
     depth = 16 if a.dtype == np.uint16 else 8
+    if significant_bits is not None and scale:
+        a = widen(a, significant_bits, depth)
     colour = a.ndim == 3
     h, w = a.shape[:2]
     raw = a.astype(">u2" if depth == 16 else np.uint8).reshape(h, -1).view(np.uint8)
@@ -73,7 +90,17 @@ def header(path):
 
 
 def read(path):
-    """(array, significant_bits or None) of a non-interlaced 8/16-bit grey or RGB PNG."""
+    """(original samples, significant_bits or None) of a non-interlaced 8/16-bit
+    grey or RGB PNG: stored samples shifted right by depth - sBIT."""
+    stored, sbit = read_stored(path)
+    if sbit is None:
+        return stored, sbit
+    depth = 16 if stored.dtype == np.uint16 else 8
+    return (stored >> (depth - sbit)).astype(stored.dtype), sbit
+
+
+def read_stored(path):
+    """(array as stored, significant_bits or None) of a non-interlaced 8/16-bit grey or RGB PNG."""
     with open(path, "rb") as f:
         data = f.read()
     assert data[:8] == b"\x89PNG\r\n\x1a\n", "not a PNG file"

@@ -117,7 +117,7 @@ def write_grey(tmp_path, name, pixels, bits=None):
 @needs("stats")
 @pytest.mark.parametrize("dtype,bits", [(np.uint8, None), (np.uint16, 12)])
 def test_stats_match_the_library_and_numpy(lum_cli, tmp_path, dtype, bits):
-    import lum
+    import lum.raw as lum
     pixels = random_image((23, 41), dtype, bits)
     write_grey(tmp_path, "in.png", pixels, bits)
     record = json.loads(lum_cli("stats", "--json", "in.png").stdout)[0]
@@ -199,7 +199,7 @@ def blobs(shape=(64, 96), dtype=np.uint8, high=200):
 @needs("contours")
 @pytest.mark.parametrize("dtype,high", [(np.uint8, 200), (np.uint16, 3000)])
 def test_contours_json_matches_the_c_interface(lum_cli, tmp_path, dtype, high):
-    import lum
+    import lum.raw as lum
     pixels = blobs(dtype=dtype, high=high)
     bits = 12 if dtype == np.uint16 else None
     write_grey(tmp_path, "in.png", pixels, bits)
@@ -236,7 +236,7 @@ def test_contours_with_otsu_and_on_an_empty_image(lum_cli, tmp_path):
 
 @needs("morph")
 def test_morph_opening_removes_specks_and_closing_fills_holes(lum_cli, tmp_path):
-    import lum
+    import lum.raw as lum
     pixels = np.zeros((30, 40), np.uint8)
     pixels[5:20, 5:25] = 255
     pixels[25, 33] = 255        # a speck
@@ -326,12 +326,12 @@ def test_demo_finds_the_parts_it_drew(lum_cli, tmp_path):
     assert pngfile.header(tmp_path / "run" / "overlay.png") == (1600, 1200, 8, 2, None)
     areas = sorted(o["area"] for o in report["objects"])
     assert areas[0] > 1000 and areas[-1] < 120000
-    assert set(report["timings_ms"]) >= {"Otsu threshold", "binarize", "open (5 x 5)", "trace and measure"}
+    assert set(report["timings_ms"]) >= {"Otsu threshold", "binarize", "open (5 x 5)", "measure objects"}
 
 
 @needs("profile")
 def test_profile_along_a_row(lum_cli, tmp_path):
-    import lum
+    import lum.raw as lum
     pixels = random_image((12, 16), np.uint8)
     write_grey(tmp_path, "in.png", pixels)
     lines = lum_cli("profile", "--fast", "in.png", "2,5", "11,5").stdout.strip().split("\n")
@@ -358,9 +358,241 @@ def test_scale_maps_ranges(lum_cli, tmp_path, channels):
     lum_cli("scale", "--a", "2", "--b", "-100", "f.png", "ab.png")
     ab, sbit = pngfile.read(tmp_path / "ab.png")
     assert sbit == 12
-    np.testing.assert_array_equal(ab, np.clip(frame.astype(np.int64) * 2 - 100, 0, 65535))
+    # Saturated at the output's valid bits: a 12-bit PNG holds nothing above 4095.
+    np.testing.assert_array_equal(ab, np.clip(frame.astype(np.int64) * 2 - 100, 0, 4095))
     narrow = (frame // 4 + 1000).astype(np.uint16)
     write_grey(tmp_path, "n.png", narrow, 12)
     lum_cli("scale", "--stretch", "--to", "8u", "n.png", "s.png")
     stretched, _ = pngfile.read(tmp_path / "s.png")
     assert stretched.min() == 0 and stretched.max() == 255
+
+
+# ---- Standard output is the tool's data ------------------------------------------
+
+def test_library_messages_go_to_standard_error(lum_cli, tmp_path):
+    write_grey(tmp_path, "a.png", random_image((20, 20), np.uint8))
+    r = lum_cli("rotate", "a.png", "b.png", "nan", expect=1)
+    assert r.stdout == ""
+    assert "IPP function failed" in r.stderr and "lum rotate: a.png: rotate: primitive failed (-5)" in r.stderr
+    assert not (tmp_path / "b.png").exists()
+
+
+@needs("profile")
+def test_a_failed_data_command_leaves_standard_output_empty(lum_cli, tmp_path):
+    write_grey(tmp_path, "a.png", random_image((20, 20), np.uint8))
+    # The digital line through (20, 20) leaves the image: the kernel fails and the library prints.
+    r = lum_cli("profile", "--fast", "a.png", "0,0", "20,20", expect=1)
+    assert r.stdout == "" and "IPP function failed" in r.stderr
+    r = lum_cli("profile", "--format", "json", "--fast", "a.png", "0,0", "20,20", expect=1)
+    assert r.stdout == ""
+    # A failure on the second file leaves no half array behind.
+    r = lum_cli("info", "--json", "a.png", "missing.png", expect=1)
+    assert r.stdout == "" and "missing.png: cannot open for reading" in r.stderr
+    assert json.loads(lum_cli("profile", "--format", "json", "--fast", "a.png", "0,0", "19,19").stdout)["samples"]
+
+
+def run_bytes(args, cwd):
+    path = os.environ["LUM_CLI"]
+    return subprocess.run([os.fsencode(path), *args], capture_output=True, cwd=cwd)
+
+
+def test_json_names_are_valid_utf8_whatever_the_file_name(tmp_path):
+    names = {b"caf\xc3\xa9.png": "caf\u00e9.png",          # valid UTF-8 stays as it is
+             b"caf\xe9.png": "caf\ufffd.png",              # a Latin-1 byte
+             b"\xed\xa0\x80x.png": "\ufffd\ufffd\ufffdx.png",  # an encoded surrogate
+             b"\xc0\xafy.png": "\ufffd\ufffdy.png",          # an overlong slash
+             b"q\"\\\t\x01.png": "q\"\\\t\x01.png"}        # escapes
+    for raw in names:
+        pngfile.write(os.path.join(os.fsencode(tmp_path), raw), random_image((4, 5), np.uint8))
+    r = run_bytes([b"info", b"--json", *names], tmp_path)
+    assert r.returncode == 0, r.stderr
+    records = json.loads(r.stdout.decode("utf-8"))  # strict: the document itself is valid UTF-8
+    assert [rec["file"] for rec in records] == list(names.values())
+    if "stats" in BUILT:
+        r = run_bytes([b"stats", b"--json", b"caf\xe9.png"], tmp_path)
+        assert json.loads(r.stdout.decode("utf-8"))[0]["file"] == "caf\ufffd.png"
+
+
+# ---- 12- and 16-bit PNG as other programs read them --------------------------------
+
+def twelve_bit_stored(v):
+    """12-bit samples as a PNG stores them: scaled to 16 bits by bit replication."""
+    v = v.astype(np.uint32)
+    return ((v << 4) | (v >> 8)).astype(np.uint16)
+
+
+def test_lum_writes_12_bit_files_that_other_readers_see_full_range(lum_cli, tmp_path):
+    from PIL import Image as PILImage
+    import cv2
+    eight = random_image((24, 40), np.uint8)
+    eight[0, 0], eight[0, 1] = 0, 255
+    PILImage.fromarray(eight).save(tmp_path / "in8.png")
+    lum_cli("convert", "--to", "16u", "--shift", "4", "in8.png", "out12.png")
+    assert lum_cli("info", "out12.png").stdout.startswith("out12.png: 40 x 24, grey, 16u, 12 valid bits")
+    expected = twelve_bit_stored(eight.astype(np.uint16) << 4)
+    assert expected[0, 0] == 0 and expected[0, 1] == 0xff0f
+    stored, sbit = pngfile.read_stored(tmp_path / "out12.png")
+    assert sbit == 12
+    np.testing.assert_array_equal(stored, expected)
+    np.testing.assert_array_equal(np.array(PILImage.open(tmp_path / "out12.png")), expected)
+    np.testing.assert_array_equal(cv2.imread(str(tmp_path / "out12.png"), cv2.IMREAD_UNCHANGED), expected)
+    # Colour, through OpenCV (which orders channels BGR).
+    colour = random_image((9, 13, 3), np.uint16, 12)
+    pngfile.write(tmp_path / "c12.png", colour, significant_bits=12)
+    lum_cli("convert", "c12.png", "c12_out.png")
+    seen = cv2.imread(str(tmp_path / "c12_out.png"), cv2.IMREAD_UNCHANGED)[:, :, ::-1]
+    np.testing.assert_array_equal(seen, twelve_bit_stored(colour))
+
+
+def test_lum_reads_standard_12_bit_files_back_to_their_values(lum_cli, tmp_path):
+    from PIL import Image as PILImage, PngImagePlugin
+    frame = random_image((30, 50), np.uint16, 12)
+    frame[frame > 4040] = 4040
+    frame[3, 7] = 4040
+    chunks = PngImagePlugin.PngInfo()
+    chunks.add(b"sBIT", bytes([12]))
+    PILImage.fromarray(twelve_bit_stored(frame)).save(tmp_path / "std12.png", pnginfo=chunks)
+    assert "12 valid bits" in lum_cli("info", "std12.png").stdout
+    if "stats" in BUILT:
+        record = json.loads(lum_cli("stats", "--json", "std12.png").stdout)[0]
+        assert record["max"] == 4040 and record["sum"] == frame.sum()
+    # Round trip: the same stored samples come out again.
+    lum_cli("convert", "std12.png", "again.png")
+    np.testing.assert_array_equal(pngfile.read_stored(tmp_path / "again.png")[0], twelve_bit_stored(frame))
+    # A 16-bit file without sBIT has 16 valid bits and is taken as it is.
+    import cv2
+    full = random_image((5, 6), np.uint16)
+    cv2.imwrite(str(tmp_path / "cv16.png"), full)
+    assert "16 valid bits" in lum_cli("info", "cv16.png").stdout
+    lum_cli("convert", "cv16.png", "cv16_out.png")
+    back, sbit = pngfile.read_stored(tmp_path / "cv16_out.png")
+    assert sbit is None
+    np.testing.assert_array_equal(back, full)
+
+
+@pytest.mark.parametrize("bits", [9, 10, 12, 15])
+def test_every_valid_bit_count_round_trips_exactly(lum_cli, tmp_path, bits):
+    frame = random_image((7, 300), np.uint16, bits)
+    frame[0, :2] = 0, (1 << bits) - 1
+    pngfile.write(tmp_path / "in.png", frame, significant_bits=bits)
+    lum_cli("convert", "in.png", "out.png")
+    stored, sbit = pngfile.read_stored(tmp_path / "out.png")
+    assert sbit == bits and stored[0, 1] == 65535
+    np.testing.assert_array_equal(stored, pngfile.widen(frame, bits, 16))
+    np.testing.assert_array_equal(pngfile.read(tmp_path / "out.png")[0], frame)
+
+
+# ---- Headers are cheap, bombs are refused ----------------------------------------
+
+def claimed(path, width, height, depth=8, colour_type=0):
+    """A tiny PNG whose header claims width x height; its data holds one row."""
+    import struct
+    import zlib
+    row = b"\0" * (1 + width * (depth // 8) * (3 if colour_type == 2 else 1))
+    chunks = [(b"IHDR", struct.pack(">IIBBBBB", width, height, depth, colour_type, 0, 0, 0)),
+              (b"IDAT", zlib.compress(row, 9)), (b"IEND", b"")]
+    out = b"\x89PNG\r\n\x1a\n"
+    for kind, data in chunks:
+        out += struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data) & 0xFFFFFFFF)
+    path.write_bytes(out)
+
+
+def test_info_reads_headers_only_and_every_command_refuses_bombs(lum_cli, tmp_path):
+    claimed(tmp_path / "bomb.png", 100000, 100000)
+    assert (tmp_path / "bomb.png").stat().st_size < 300
+    record = json.loads(lum_cli("info", "--json", "bomb.png").stdout)[0]
+    assert (record["width"], record["height"], record["format"], record["valid_bits"]) == (100000, 100000, "8u", 8)
+    refusal = "bomb.png: 100000 x 100000 is 10000000000 pixels, more than the limit of 268435456 (raise it with --max-pixels)"
+    calls = {"convert": ["bomb.png", "x.png"], "stats": ["bomb.png"], "histogram": ["bomb.png"],
+             "threshold": ["bomb.png", "x.png", "1"], "morph": ["bomb.png", "x.png"], "contours": ["bomb.png"],
+             "mirror": ["bomb.png", "x.png"], "resize": ["--factor", "0.5", "bomb.png", "x.png"],
+             "rotate": ["bomb.png", "x.png", "10"], "scale": ["bomb.png", "x.png"],
+             "profile": ["bomb.png", "0,0", "5,5"], "project": ["x.png", "bomb.png"], "measure": ["bomb.png"]}
+    for name, arguments in calls.items():
+        if name in BUILT:
+            r = lum_cli(name, *arguments, expect=1)
+            assert refusal in r.stderr, (name, r.stderr)
+            assert r.stdout == ""
+    assert {"convert", "stats"} <= BUILT
+
+
+def test_max_pixels_sets_the_limit(lum_cli, tmp_path):
+    write_grey(tmp_path, "a.png", random_image((100, 100), np.uint8))
+    r = lum_cli("convert", "--max-pixels", "9999", "a.png", "b.png", expect=1)
+    assert "a.png: 100 x 100 is 10000 pixels, more than the limit of 9999" in r.stderr
+    lum_cli("convert", "--max-pixels", "10000", "a.png", "b.png")
+    assert "--max-pixels N" in lum_cli("convert", "--help").stdout
+    assert "--max-pixels must be at least 1" in lum_cli("convert", "--max-pixels", "0", "a.png", "b.png", expect=2).stderr
+    if "resize" in BUILT:  # images the tool makes are held to the same limit
+        r = lum_cli("resize", "--max-pixels", "20000", "--size", "200x200", "a.png", "big.png", expect=1)
+        assert "cannot create 200 x 200 8u: more than the limit of 20000 pixels" in r.stderr
+
+
+# ---- Objects (lum_measure_objects) -----------------------------------------------
+
+@needs("measure")
+def test_measure_reports_each_object(lum_cli, tmp_path):
+    pixels = blobs()                   # a 24 x 15 plate, a disc with a hole, a 2 x 2 speck
+    write_grey(tmp_path, "in.png", pixels)
+    record = json.loads(lum_cli("measure", "in.png").stdout)
+    assert (record["width"], record["height"], record["count"]) == (96, 64, 3)
+    objects = sorted(record["objects"], key=lambda o: o["area"])
+    assert [o["label"] for o in sorted(record["objects"], key=lambda o: o["label"])] == [1, 2, 3]
+    speck, plate, disc = objects
+    yy, xx = np.mgrid[:64, :96]
+    for obj, where in ((speck, (slice(50, 52), slice(10, 12))), (plate, (slice(5, 20), slice(6, 30)))):
+        mask = np.zeros_like(pixels, bool)
+        mask[where] = True
+        assert obj["area"] == mask.sum()
+        assert obj["centroid"] == pytest.approx([xx[mask].mean(), yy[mask].mean()])
+        assert obj["bbox"] == [where[1].start, where[0].start, where[1].stop - where[1].start,
+                               where[0].stop - where[0].start]
+        assert obj["holes"] == 0
+    disc_mask = ((yy - 40) ** 2 + (xx - 60) ** 2 <= 144) & ((yy - 40) ** 2 + (xx - 60) ** 2 > 16)
+    assert disc["area"] == disc_mask.sum() and disc["holes"] == 1
+    assert disc["centroid"] == pytest.approx([60, 40])
+    assert disc["bbox"] == [48, 28, 25, 25]
+    assert plate["major_axis"] > plate["minor_axis"] > 0
+
+    lines = lum_cli("measure", "--format", "csv", "--min-area", "5", "in.png").stdout.strip().split("\n")
+    assert lines[0] == "label,area,centroid_x,centroid_y,x,y,width,height,holes,orientation,major_axis,minor_axis"
+    assert sorted(int(line.split(",")[1]) for line in lines[1:]) == [plate["area"], disc["area"]]
+
+
+@needs("measure")
+def test_measure_writes_the_label_image(lum_cli, tmp_path):
+    write_grey(tmp_path, "in.png", blobs(dtype=np.uint16, high=4095), 12)
+    record = json.loads(lum_cli("measure", "--min-area", "5", "--labels", "labels.png", "in.png").stdout)
+    assert record["count"] == 2 and record["min_area"] == 5
+    labels, sbit = pngfile.read(tmp_path / "labels.png")
+    assert labels.dtype == np.uint16 and labels.shape == (64, 96) and sbit is None
+    for obj in record["objects"]:
+        mask = labels == obj["label"]
+        assert mask.sum() == obj["area"]
+        x, y, w, h = obj["bbox"]
+        ys, xs = np.nonzero(mask)
+        assert (xs.min(), ys.min(), xs.max() - xs.min() + 1, ys.max() - ys.min() + 1) == (x, y, w, h)
+
+
+@needs("measure")
+def test_measure_on_empty_and_unsuitable_images(lum_cli, tmp_path):
+    write_grey(tmp_path, "empty.png", np.zeros((8, 8), np.uint8))
+    record = json.loads(lum_cli("measure", "empty.png").stdout)
+    assert record["count"] == 0 and record["objects"] == []
+    assert lum_cli("measure", "--format", "csv", "empty.png").stdout.count("\n") == 1
+    write_grey(tmp_path, "colour.png", np.zeros((8, 8, 3), np.uint8))
+    r = lum_cli("measure", "colour.png", expect=1)
+    assert r.stderr.startswith("lum measure: colour.png: object count: ") and r.stdout == ""
+    assert "--format is json or csv" in lum_cli("measure", "--format", "xml", "empty.png", expect=2).stderr
+
+
+@needs("demo")
+def test_demo_report_gives_the_pixels_areas(lum_cli, tmp_path):
+    lum_cli("demo", "run")
+    report = json.loads((tmp_path / "run" / "report.json").read_text())
+    opened = pngfile.read(tmp_path / "run" / "opened.png")[0] > 0
+    assert sum(o["area"] for o in report["objects"]) == opened.sum()  # every object pixel, once
+    for o in report["objects"]:
+        x, y, w, h = o["bbox"]
+        assert o["area"] <= opened[y:y + h, x:x + w].sum()  # the box may hold a neighbour's pixels too
+    assert sum(o["holes"] for o in report["objects"]) > 0  # the demo draws ring-shaped parts

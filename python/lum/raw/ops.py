@@ -2,14 +2,14 @@
 
 Handles may be given as Image objects or plain integers; points, sizes and
 rectangles as tuples. Results that C returns through pointers are returned
-instead (lum.sum(image) -> float); a negative status raises LumError. A
+instead (lum.raw.sum(image) -> float); a negative status raises LumError. A
 function the loaded library does not export is simply absent from this module.
 """
 import ctypes
 
 import numpy as np
 
-from ._native import MorphParam, Point, Rect, Size, bind, check
+from .._native import LumError, MorphParam, Object, Point, Rect, Size, bind, check, measure_objects_function
 from .image import DTYPES, Image
 
 _i8, _i32, _u32 = ctypes.c_int8, ctypes.c_int32, ctypes.c_uint32
@@ -18,10 +18,19 @@ _P = ctypes.POINTER
 
 __all__ = []
 
+def _ranged(low, high, what):
+    def convert(v):
+        n = int(v)
+        if not low <= n <= high:  # ctypes would wrap it silently
+            raise ValueError(f"{v} does not fit a {what} argument")
+        return n
+    return convert
+
+
 _KINDS = {
     "h": (_i32, int),
-    "i": (_i32, int),
-    "u": (_u32, int),
+    "i": (_i32, _ranged(-2**31, 2**31 - 1, "32-bit signed")),
+    "u": (_u32, _ranged(0, 2**32 - 1, "32-bit unsigned")),
     "f": (_f32, float),
     "d": (_f64, float),
     "p": (Point, lambda v: v if isinstance(v, Point) else Point(*v)),
@@ -137,10 +146,26 @@ for _n in ("LShiftI", "RShiftI"):
     _plain(_n + "_rect", "hur", f"{_n}_rect(image, count, rect): in-place bit shift of a rectangle.")
 
 _lut = bind("lum_lut", _i8, [_i32, _i32, _vp])
+def _lut_entries(source, destination):
+    """How many table entries lum_lut reads for this pair: 2^v per table, v the source's valid bits
+    (0..8 for 8u, 0..16 for 16u), three 8-bit tables 256 entries apart, two 16-bit tables for colour."""
+    s, d = _info(source), _info(destination)
+    if s.pix_type == 1:
+        per = 1 << min(max(int(s.valid_bits), 0), 8)
+        if s.channels == 3:
+            return 512 + per
+        return 3 * per if d.channels == 3 else per
+    per = 1 << min(max(int(s.valid_bits), 0), 16)
+    return 2 * per if s.channels == 3 else per
+
+
 if _lut:
     def lut(source, destination, table):
         """destination = table[source]; table entries of the source's sample type (2^valid_bits per table)."""
         t = _samples(source, table)
+        need = _lut_entries(source, destination)
+        if t.size < need:
+            raise ValueError(f"the table has {t.size} entries; this source reads {need}")
         return check(_lut(int(source), int(destination), t.ctypes.data), "lum_lut")
     _export("lut", lut)
 
@@ -326,9 +351,9 @@ if _mean_init:
     def projection_mean_init(width, height):
         """A new float accumulator image for projection_mean; returns an Image that owns the handle."""
         h = _i32(-1)
-        check(_mean_init(width, height, ctypes.byref(h)), "lum_projection_mean_init")
-        image = Image.__new__(Image)
-        image._handle, image._owner = h.value, None
+        status = _mean_init(width, height, ctypes.byref(h))
+        image = Image._adopt(h.value) if h.value >= 0 else None  # destroyed with the image, also on failure
+        check(status, "lum_projection_mean_init")
         return image
     _export("projection_mean_init", projection_mean_init)
 
@@ -405,24 +430,49 @@ if _morph:
 
 _find = bind("lum_find_contours", _i32, [_i32, _P(_u32), _P(_u32)])
 _get_result = bind("lum_get_contours_result", _i8, [_i32, _P(_i32), _P(_u32)])
+_release = bind("lum_release_contours", _i8, [_i32])
 _expand = bind("lum_expand_contour", _i32, [_P(Point), _i32, _P(Rect), _i32, _P(_u32)])
 _vline = bind("lum_vline_contour", None, [_P(Point), _i32, _P(Rect), _P(_i32), _P(_u32)])
+
+# The sizes of the contour sets made here, by set handle: a fetch always gets
+# room for the whole set, whatever total the caller passes, so that a wrong
+# total cannot make the library write past the arrays.
+_set_sizes = {}
+
 if _find:
     def find_contours(image):
-        """(contour-set handle, total integers, number of contours); fetch with get_contours_result."""
+        """(contour-set handle, total integers, number of contours); fetch with get_contours_result
+        or free with release_contours (a set of no contours too)."""
         total, count = _u32(), _u32()
         h = check(_find(int(image), ctypes.byref(total), ctypes.byref(count)), "lum_find_contours")
+        _set_sizes[h] = (total.value, count.value)
         return h, total.value, count.value
     _export("find_contours", find_contours)
+if _release:
+    def release_contours(contours):
+        """Frees a contour set without fetching it (0; -6 outside the store, -32 an empty slot)."""
+        _set_sizes.pop(int(contours), None)
+        return check(_release(int(contours)), "lum_release_contours")
+    _export("release_contours", release_contours)
 if _get_result:
-    def get_contours_result(contours, total, count=None):
+    def get_contours_result(contours, total=None, count=None):
         """(result int32 array, sizes uint32 array) of a contour set, which is then released.
 
-        count may be left out (expand_contour does not report it): every contour
-        takes at least 6 integers, so total // 6 sizes always suffice."""
-        result = np.zeros(max(total, 1), np.int32)
-        room = count if count is not None else total // 6
-        sizes = np.zeros(max(room, 1), np.uint32)
+        total and count may be left out for a set made by find_contours or
+        expand_contour here (expand_contour does not report a count): every
+        contour takes at least 6 integers, so total // 6 sizes always suffice."""
+        contours = int(contours)
+        known_total, known_count = _set_sizes.pop(contours, (None, None))
+        if total is None:
+            total = known_total
+        if count is None:
+            count = known_count
+        if total is None:
+            raise ValueError("total is needed for a contour set not made through this module")
+        total = int(total)
+        room = max(total, known_total or 0)
+        result = np.zeros(max(room, 1), np.int32)
+        sizes = np.zeros(max(count if count is not None else room // 6, room // 6, 1), np.uint32)
         check(_get_result(contours, result.ctypes.data_as(_P(_i32)), sizes.ctypes.data_as(_P(_u32))),
               "lum_get_contours_result")
         if count is None:
@@ -435,6 +485,7 @@ if _expand:
         a, p, n = _points(points)
         total = _u32()
         h = check(_expand(p, n, _KINDS["r"][1](rect), distance, ctypes.byref(total)), "lum_expand_contour")
+        _set_sizes[h] = (total.value, None)
         return h, total.value
     _export("expand_contour", expand_contour)
 if _vline:
@@ -442,11 +493,11 @@ if _vline:
         """(runs as an (n, 3) array of (x, y_first, y_last), (cx, cy, area)) of a closed contour."""
         a, p, n = _points(points)
         r = rect if isinstance(rect, Rect) else Rect(*rect)
-        room = 3 * (2 * n + 2) + 3
+        room = 3 * (2 * n + 2) + 3  # at most one run per two points, then the centroid and area
         out = np.zeros(room, np.int32)
         written = _u32()
         _vline(p, n, ctypes.byref(r), out.ctypes.data_as(_P(_i32)), ctypes.byref(written))
-        w = written.value
+        w = min(written.value, room)
         if w < 3:
             return np.zeros((0, 3), np.int32), None
         return out[:w - 3].reshape(-1, 3).copy(), tuple(out[w - 3:w].tolist())
@@ -464,11 +515,38 @@ def split_contours(result, sizes):
     return out
 
 
-if _find and _get_result:
+if _find and _get_result and _release:
     def contours(image):
-        """find_contours and get_contours_result in one: a list of (points, bounding box)."""
+        """find_contours and get_contours_result in one: a list of (points, bounding box).
+        A set of no contours, which cannot be fetched, is released."""
         h, total, count = find_contours(image)
         if count == 0:
+            release_contours(h)
             return []
         return split_contours(*get_contours_result(h, total, count))
     _export("contours", contours)
+
+
+from .._measure import OBJECT_DTYPE  # noqa: E402 -- one record layout for both layers
+
+
+def measure_objects(image, min_area=0, labels=-1, capacity=None):
+    """(objects, count): the records lum_measure_objects writes, as a structured array of
+    min(count, capacity) entries (capacity None: all of them, after a counting call), and the
+    number of objects found. labels: -1 or a 16u one-channel image receiving each pixel's label.
+    Raises NotImplementedError when the loaded library does not export lum_measure_objects."""
+    c = measure_objects_function()
+    if c is None:
+        raise NotImplementedError("the loaded liblum_lib.so does not export lum_measure_objects")
+    count = _u32()
+    labels = -1 if labels is None else int(labels)
+    if capacity is None:
+        check(c(int(image), min_area, labels, None, 0, ctypes.byref(count)), "lum_measure_objects")
+        capacity = count.value
+    records = np.zeros(max(int(capacity), 1), OBJECT_DTYPE)
+    check(c(int(image), min_area, labels, records.ctypes.data_as(_P(Object)) if capacity else None, capacity,
+            ctypes.byref(count)), "lum_measure_objects")
+    return records[:min(count.value, capacity)], count.value
+
+
+_export("measure_objects", measure_objects)

@@ -7,7 +7,7 @@ import ctypes
 import numpy as np
 import pytest
 
-import lum
+from lum import raw as lum
 
 RNG = np.random.default_rng(11)
 
