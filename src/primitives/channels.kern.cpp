@@ -2,7 +2,8 @@
 // channel: the block's interleaved samples become three planes
 // (load_planes, three vectors of shuffles) or planes become interleaved
 // samples (store_planes), so every kernel is a load, a fixed shuffle and a
-// store per vector and runs at the memory's speed.
+// store per vector and runs at the memory's speed. Destinations larger than
+// the caches are written with streaming stores (with_stores_for).
 #include "primitives/channels.hpp"
 #include "primitives/kernel.hpp"
 
@@ -57,20 +58,44 @@ int split_channels(const T* src, int src_step, T* const* dst, int dst_step, Size
     if (!planes[0] || !planes[1] || !planes[2]) return st_null;
     if (empty_region(size)) return st_size;
     using V = simd::vec<T>;
-    for (int y = 0; y < size.height; ++y) {
-        const T* s = row_at(src, src_step, y);
-        T* d0 = row_at(planes[0], dst_step, y);
-        T* d1 = row_at(planes[1], dst_step, y);
-        T* d2 = row_at(planes[2], dst_step, y);
-        for (int x = 0; x < size.width; x += simd::lanes<T>) {
-            const int n = block_at<T>(x, size.width);
-            V c0, c1, c2;
-            load_planes(s + 3 * x, n, c0, c1, c2);
-            simd::store_first(d0 + x, c0, n);
-            simd::store_first(d1 + x, c1, n);
-            simd::store_first(d2 + x, c2, n);
+    constexpr int L = simd::lanes<T>;
+    with_stores_for(3 * int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) {
+            const T* s = row_at(src, src_step, y);
+            T* d[3] = {row_at(planes[0], dst_step, y), row_at(planes[1], dst_step, y), row_at(planes[2], dst_step, y)};
+            // The planes stream together when they reach their alignment at the same sample.
+            int x = 0;
+            if constexpr (decltype(stores)::value) {
+                const int head = elements_to_alignment<V>(d[0]);
+                if (head >= 0 && head == elements_to_alignment<V>(d[1]) && head == elements_to_alignment<V>(d[2]) &&
+                    size.width - head >= 2 * L) {
+                    if (head > 0) {
+                        V c0, c1, c2;
+                        load_planes(s, head, c0, c1, c2);
+                        simd::store_first(d[0], c0, head);
+                        simd::store_first(d[1], c1, head);
+                        simd::store_first(d[2], c2, head);
+                    }
+                    for (x = head; x + L <= size.width; x += L) {
+                        V c0, c1, c2;
+                        load_planes(s + 3 * x, L, c0, c1, c2);
+                        simd::stream(d[0] + x, c0);
+                        simd::stream(d[1] + x, c1);
+                        simd::stream(d[2] + x, c2);
+                    }
+                }
+            }
+            for (; x < size.width; x += L) {
+                const int n = block_at<T>(x, size.width);
+                V c0, c1, c2;
+                load_planes(s + 3 * x, n, c0, c1, c2);
+                simd::store_first(d[0] + x, c0, n);
+                simd::store_first(d[1] + x, c1, n);
+                simd::store_first(d[2] + x, c2, n);
+            }
         }
-    }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
@@ -81,17 +106,20 @@ int merge_channels(const T* const* src, int src_step, T* dst, int dst_step, Size
     if (!planes[0] || !planes[1] || !planes[2] || !dst) return st_null;
     if (empty_region(size)) return st_size;
     using V = simd::vec<T>;
-    for (int y = 0; y < size.height; ++y) {
-        const T* s0 = row_at(planes[0], src_step, y);
-        const T* s1 = row_at(planes[1], src_step, y);
-        const T* s2 = row_at(planes[2], src_step, y);
-        T* d = row_at(dst, dst_step, y);
-        for (int x = 0; x < size.width; x += simd::lanes<T>) {
-            const int n = block_at<T>(x, size.width);
-            store_planes(d + 3 * x, n, simd::load_first<V>(s0 + x, n), simd::load_first<V>(s1 + x, n),
-                         simd::load_first<V>(s2 + x, n));
+    constexpr int L = simd::lanes<T>;
+    with_stores_for(3 * int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) {
+            const T* s0 = row_at(planes[0], src_step, y);
+            const T* s1 = row_at(planes[1], src_step, y);
+            const T* s2 = row_at(planes[2], src_step, y);
+            T* d = row_at(dst, dst_step, y);
+            pixel_blocks<L, sizeof(V)>(d, size.width, stores, [&](int x, int n, auto block_stores) {
+                store_planes(d + 3 * x, n, simd::load_first<V>(s0 + x, n), simd::load_first<V>(s1 + x, n),
+                             simd::load_first<V>(s2 + x, n), block_stores);
+            });
         }
-    }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 

@@ -20,8 +20,6 @@ constexpr int kBlockPixels = simd::lanes<float>;
 
 inline F splat(float v) { return F{} + v; }
 
-inline int block_at(int x, int width) { return width - x < kBlockPixels ? width - x : kBlockPixels; }
-
 // 3 × kBlockPixels interleaved samples as three planes of 32-bit lanes, and back.
 // Bytes go by byte shuffles; 16-bit samples are widened as they lie and taken
 // apart as 32-bit lanes, whose shuffles are single instructions.
@@ -37,17 +35,38 @@ inline void load_pixels(const T* p, I& c0, I& c1, I& c2) {
                             (I)simd::widen<uint32_t>(simd::load_as<W>(p + 2 * L)), c0, c1, c2);
     }
 }
+// A streaming store writes a block in pieces of kPieceBytes<T> bytes (three
+// 16-byte pieces of a byte block, three vectors of a 16-bit block), where the
+// level has stores of that size.
 template <class T>
-inline void store_pixels(T* p, I c0, I c1, I c2) {
+constexpr int kPieceBytes = sizeof(T) == 1 ? 16 : simd::kBytes / 2;
+template <class T>
+constexpr bool kStreams = sizeof(T) == 1 ? simd::kBytes == 64 : simd::kBytes / 2 >= 16;
+
+template <class T, class Stream>
+inline void store_pixels(T* p, I c0, I c1, I c2, Stream) {
+    constexpr int L = kBlockPixels;
     if constexpr (sizeof(T) == 1) {
-        simd::store_byte_pixels(p, c0, c1, c2);
+        if constexpr (Stream::value && kStreams<T>) {
+            const simd::vec<uint8_t> b = simd::pack_byte_pixels(c0, c1, c2);
+            simd::stream(p, simd::lower_half(simd::lower_half(b)));
+            simd::stream(p + 16, simd::upper_half(simd::lower_half(b)));
+            simd::stream(p + 32, simd::lower_half(simd::upper_half(b)));
+        } else {
+            simd::store_byte_pixels(p, c0, c1, c2);
+        }
     } else {
-        constexpr int L = kBlockPixels;
         I a, b, c;
         simd::interleave3(c0, c1, c2, a, b, c);
-        simd::store(p, simd::narrow_in_range<T>(a));
-        simd::store(p + L, simd::narrow_in_range<T>(b));
-        simd::store(p + 2 * L, simd::narrow_in_range<T>(c));
+        if constexpr (Stream::value && kStreams<T>) {
+            simd::stream(p, simd::narrow_in_range<T>(a));
+            simd::stream(p + L, simd::narrow_in_range<T>(b));
+            simd::stream(p + 2 * L, simd::narrow_in_range<T>(c));
+        } else {
+            simd::store(p, simd::narrow_in_range<T>(a));
+            simd::store(p + L, simd::narrow_in_range<T>(b));
+            simd::store(p + 2 * L, simd::narrow_in_range<T>(c));
+        }
     }
 }
 
@@ -69,43 +88,55 @@ inline void load_float_planes(const T* p, int pixels, F& c0, F& c1, F& c2) {
     c2 = simd::convert<float>(i2);
 }
 
-// Float planes saturated to [0, top] (NaN to 0), rounded half to even and
+// Float planes rounded half to even, saturated to [0, top] (NaN to 0) and
 // stored as `pixels` interleaved pixels at p; nothing past them is written.
-template <class T>
-inline void store_sample_planes(T* p, int pixels, F c0, F c1, F c2, float top) {
+template <class T, class Stream>
+inline void store_sample_planes(T* p, int pixels, F c0, F c1, F c2, float top, Stream stores) {
     const F zero{}, limit = splat(top);
-    const I i0 = simd::round_even(simd::clamp_float(c0, zero, limit));
-    const I i1 = simd::round_even(simd::clamp_float(c1, zero, limit));
-    const I i2 = simd::round_even(simd::clamp_float(c2, zero, limit));
+    I i0, i1, i2;
+    if constexpr (sizeof(T) == 1) {
+        // The byte packs saturate below 0 (and NaN's INT32_MIN) themselves.
+        i0 = simd::round_even(simd::min_keep_nan(c0, limit));
+        i1 = simd::round_even(simd::min_keep_nan(c1, limit));
+        i2 = simd::round_even(simd::min_keep_nan(c2, limit));
+    } else {
+        i0 = simd::round_even(simd::clamp_float(c0, zero, limit));
+        i1 = simd::round_even(simd::clamp_float(c1, zero, limit));
+        i2 = simd::round_even(simd::clamp_float(c2, zero, limit));
+    }
     if (pixels >= kBlockPixels) {
-        store_pixels(p, i0, i1, i2);
+        store_pixels(p, i0, i1, i2, stores);
     } else {
         T part[3 * kBlockPixels];
-        store_pixels(part, i0, i1, i2);
+        store_pixels(part, i0, i1, i2, cached_stores{});
         std::memcpy(p, part, 3 * sizeof(T) * static_cast<size_t>(pixels));
     }
 }
 
 }  // namespace
 
+// Destinations larger than the caches are written with streaming stores
+// (with_stores_for), after a head that brings each row to their alignment.
+
 template <class T>
 int color_to_gray(const T* src, int src_step, T* dst, int dst_step, Size size, const float* weights) {
     if (!src || !dst || !weights) return st_null;
     if (empty_region(size)) return st_size;
     const F w0 = splat(load_one(weights)), w1 = splat(load_one(weights + 1)), w2 = splat(load_one(weights + 2));
-    constexpr float top = float(max_value<T>());
-    for (int y = 0; y < size.height; ++y) {
-        const T* s = row_at(src, src_step, y);
-        T* d = row_at(dst, dst_step, y);
-        for (int x = 0; x < size.width; x += kBlockPixels) {
-            const int n = block_at(x, size.width);
-            F c0, c1, c2;
-            load_float_planes(s + 3 * x, n, c0, c1, c2);
-            const F grey = (w0 * c0 + w1 * c1) + w2 * c2;
-            const F clamped = simd::clamp_float(grey, F{}, splat(top));
-            simd::store_first(d + x, simd::narrow_in_range<T>(simd::round_even(clamped)), n);
+    const F zero{}, top = splat(float(max_value<T>()));
+    using V = simd::lanes_of<T, float>;
+    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) {
+            const T* s = row_at(src, src_step, y);
+            row_steps<kBlockPixels, V>(row_at(dst, dst_step, y), size.width, stores, [&](int x, int n) {
+                F c0, c1, c2;
+                load_float_planes(s + 3 * x, n, c0, c1, c2);
+                const F grey = (w0 * c0 + w1 * c1) + w2 * c2;
+                return simd::narrow_in_range<T>(simd::round_even(simd::clamp_float(grey, zero, top)));
+            });
         }
-    }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
@@ -116,26 +147,32 @@ int gray_to_color(const T* src, int src_step, T* dst, int dst_step, Size size) {
     if (empty_region(size)) return st_size;
     using V = simd::vec<T>;
     constexpr int L = simd::lanes<T>;
-    for (int y = 0; y < size.height; ++y) {
-        const T* s = row_at(src, src_step, y);
-        T* d = row_at(dst, dst_step, y);
-        int x = 0;
-        for (; x + L <= size.width; x += L) {
-            V a, b, c;
-            simd::spread3(simd::load<T>(s + x), a, b, c);
-            simd::store(d + 3 * x, a);
-            simd::store(d + 3 * x + L, b);
-            simd::store(d + 3 * x + 2 * L, c);
+    with_stores_for(3 * int64_t{size.width} * size.height, [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) {
+            const T* s = row_at(src, src_step, y);
+            T* d = row_at(dst, dst_step, y);
+            pixel_blocks<L, sizeof(V)>(d, size.width, stores, [&](int x, int n, auto block_stores) {
+                V a, b, c;
+                simd::spread3(simd::load_first<V>(s + x, n), a, b, c);
+                T* out = d + 3 * x;
+                if constexpr (decltype(block_stores)::value) {
+                    simd::stream(out, a);
+                    simd::stream(out + L, b);
+                    simd::stream(out + 2 * L, c);
+                } else if (n == L) {
+                    simd::store(out, a);
+                    simd::store(out + L, b);
+                    simd::store(out + 2 * L, c);
+                } else {
+                    const int samples = 3 * n;
+                    simd::store_first(out, a, samples);
+                    if (samples > L) simd::store_first(out + L, b, samples - L);
+                    if (samples > 2 * L) simd::store_first(out + 2 * L, c, samples - 2 * L);
+                }
+            });
         }
-        if (x < size.width) {
-            const int samples = 3 * (size.width - x);
-            V a, b, c;
-            simd::spread3(simd::load_first<V>(s + x, size.width - x), a, b, c);
-            simd::store_first(d + 3 * x, a, samples);
-            if (samples > L) simd::store_first(d + 3 * x + L, b, samples - L);
-            if (samples > 2 * L) simd::store_first(d + 3 * x + 2 * L, c, samples - 2 * L);
-        }
-    }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
@@ -146,21 +183,22 @@ int color_twist(const T* src, int src_step, T* dst, int dst_step, Size size, con
     F m[12];
     for (int i = 0; i < 12; ++i) m[i] = splat(load_one(matrix + i));
     const float limit = float(top);
-    for (int y = 0; y < size.height; ++y) {
-        const T* s = row_at(src, src_step, y);
-        T* d = row_at(dst, dst_step, y);
-        auto block = [&](int x, int n) {
-            F s0, s1, s2;
-            load_float_planes(s + 3 * x, n, s0, s1, s2);
-            const F o0 = ((m[0] * s0 + m[1] * s1) + m[2] * s2) + m[3];
-            const F o1 = ((m[4] * s0 + m[5] * s1) + m[6] * s2) + m[7];
-            const F o2 = ((m[8] * s0 + m[9] * s1) + m[10] * s2) + m[11];
-            store_sample_planes(d + 3 * x, n, o0, o1, o2, limit);
-        };
-        int x = 0;
-        for (; x + kBlockPixels <= size.width; x += kBlockPixels) block(x, kBlockPixels);
-        if (x < size.width) block(x, size.width - x);
-    }
+    with_stores_for(3 * int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        auto level_stores = std::conditional_t<kStreams<T>, decltype(stores), cached_stores>{};
+        for (int y = 0; y < size.height; ++y) {
+            const T* s = row_at(src, src_step, y);
+            T* d = row_at(dst, dst_step, y);
+            pixel_blocks<kBlockPixels, kPieceBytes<T>>(d, size.width, level_stores, [&](int x, int n, auto block_stores) {
+                F s0, s1, s2;
+                load_float_planes(s + 3 * x, n, s0, s1, s2);
+                const F o0 = ((m[0] * s0 + m[1] * s1) + m[2] * s2) + m[3];
+                const F o1 = ((m[4] * s0 + m[5] * s1) + m[6] * s2) + m[7];
+                const F o2 = ((m[8] * s0 + m[9] * s1) + m[10] * s2) + m[11];
+                store_sample_planes(d + 3 * x, n, o0, o1, o2, limit, block_stores);
+            });
+        }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 

@@ -2,7 +2,11 @@
 // threshold repeat their per-channel constants every three vectors
 // (channel_constants), so a three-channel row is the one-channel loop over
 // three times the width: one store (fill) or a load, a compare, a select and
-// a store (threshold) per vector.
+// a store (threshold) per vector. Fills and copies larger than the caches
+// write with streaming stores (with_stores_for); a copy whose rows overlap
+// its source moves them as memmove does.
+#include <utility>
+
 #include "primitives/fill.hpp"
 #include "primitives/kernel.hpp"
 
@@ -44,24 +48,61 @@ template <class T>
 int fill(T* dst, int step, Size size, const T* values, int channels) {
     if (!dst || !values) return st_null;
     if (empty_region(size)) return st_size;
+    const int period = channels == 3 ? 3 : 1;
     T c[3];
-    for (int i = 0; i < (channels == 3 ? 3 : 1); ++i) c[i] = load_one(values + i);
-    simd::vec<T> k[3];
-    channel_constants(c, channels, k);
-    constexpr int L = simd::lanes<T>;
-    for (int y = 0; y < size.height; ++y) {
-        T* d = row_at(dst, step, y);
-        int x = 0;
-        for (; x + 3 * L <= size.width; x += 3 * L)
-            for (int j = 0; j < 3; ++j) simd::store(d + x + j * L, k[j]);
-        for (int j = 0; x < size.width; x += L, ++j) simd::store_first(d + x, k[j], size.width - x);
+    for (int i = 0; i < period; ++i) c[i] = load_one(values + i);
+    // The constant vectors for a row part that starts at channel r (r = 0, 1, 2).
+    simd::vec<T> k[3][3];
+    for (int r = 0; r < 3; ++r) {
+        const T rotated[3] = {c[r % period], c[(r + 1) % period], c[(r + 2) % period]};
+        channel_constants(rotated, channels, k[r]);
     }
+    using V = simd::vec<T>;
+    constexpr int L = simd::lanes<T>;
+    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y) {
+            T* d = row_at(dst, step, y);
+            const int n = size.width;
+            int x = 0;
+            const simd::vec<T>* kx = k[0];
+            if constexpr (decltype(stores)::value) {
+                const int head = elements_to_alignment<V>(d);
+                if (head >= 0 && n - head >= 3 * L) {
+                    if (head > 0) simd::store_first(d, k[0][0], head);
+                    x = head;
+                    kx = k[head % 3];
+                    for (; x + 3 * L <= n; x += 3 * L)
+                        for (int j = 0; j < 3; ++j) simd::stream(d + x + j * L, kx[j]);
+                }
+            }
+            for (; x + 3 * L <= n; x += 3 * L)
+                for (int j = 0; j < 3; ++j) simd::store(d + x + j * L, kx[j]);
+            for (int j = 0; x < n; x += L, ++j) simd::store_first(d + x, kx[j], n - x);
+        }
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
 int copy_bytes(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size) {
     if (!src || !dst) return st_null;
     if (empty_region(size)) return st_size;
+    // The bytes each region spans, first row to last.
+    auto span = [&size](const uint8_t* p, int step) {
+        const ptrdiff_t last = static_cast<ptrdiff_t>(step) * (size.height - 1);
+        const uint8_t* lo = p + (last < 0 ? last : 0);
+        return std::pair{lo, p + (last > 0 ? last : 0) + size.width};
+    };
+    const auto [s_lo, s_hi] = span(src, src_step);
+    const auto [d_lo, d_hi] = span(dst, dst_step);
+    const bool apart = s_hi <= d_lo || d_hi <= s_lo;
+    if (apart && int64_t{size.width} * size.height >= kStreamingBytes) {
+        for (int y = 0; y < size.height; ++y)
+            unary_row(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width, [](auto v) { return v; },
+                      streaming_stores{});
+        simd::stream_fence();
+        return st_ok;
+    }
     for (int y = 0; y < size.height; ++y)
         std::memmove(row_at(dst, dst_step, y), row_at(src, src_step, y), static_cast<size_t>(size.width));
     return st_ok;

@@ -565,6 +565,22 @@ inline V clamp_float(V v, V lo, V hi) {
     return v < hi ? v : hi;
 }
 
+// The smaller of v and hi lane by lane, NaN lanes kept: the processor's min
+// with v as the second operand, one instruction.
+template <class V>
+inline V min_keep_nan(V v, V hi) {
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (V)_mm512_min_ps((__m512)hi, (__m512)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32) return (V)_mm256_min_ps((__m256)hi, (__m256)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (V)_mm_min_ps((__m128)hi, (__m128)v);
+#endif
+    return v > hi ? hi : v;
+}
+
 // 32-bit integer lanes already within the range of the unsigned type U (8 or
 // 16 bits), narrowed to U with lane order kept: AVX-512 truncates in one
 // instruction, the other levels take narrow_sat's saturating packs.
@@ -665,11 +681,12 @@ template <int C, int L, size_t... J>
 inline auto channel_bytes(vec<uint8_t, L> v, std::index_sequence<J...>) {
     return __builtin_shufflevector(v, v, (16 * (int(J) / 16) + 3 * ((int(J) % 16) / 4) + C)...);
 }
-// Each 16-byte lane's dwords' three low bytes packed into the lane's first 12 bytes.
+// Each 16-byte lane's channel-grouped bytes (four of channel 0, of 1, of 2)
+// interleaved as four pixels in the lane's first 12 bytes.
 template <int L, size_t... J>
-inline auto lane_pixels(vec<uint8_t, L> v, std::index_sequence<J...>) {
+inline auto grouped_pixels(vec<uint8_t, L> v, std::index_sequence<J...>) {
     return __builtin_shufflevector(
-        v, v, (16 * (int(J) / 16) + ((int(J) % 16) < 12 ? 4 * ((int(J) % 16) / 3) + (int(J) % 16) % 3 : 0))...);
+        v, v, (16 * (int(J) / 16) + ((int(J) % 16) < 12 ? 4 * ((int(J) % 16) % 3) + (int(J) % 16) / 3 : 0))...);
 }
 // Dword j from lane j / 3, dword j % 3: the lanes' 12-byte groups made contiguous.
 template <int L, size_t... J>
@@ -708,14 +725,27 @@ inline void load_byte_pixels(const uint8_t* p, vec<int32_t>& c0, vec<int32_t>& c
 #endif
 }
 
-// And back: three 32-bit lanes per pixel, each within 0..255, stored as the
-// 3 × lanes<int32_t> bytes of interleaved pixels at p; writes exactly those bytes.
-inline void store_byte_pixels(uint8_t* p, vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
+// And back: three 32-bit lanes per pixel, saturated to 0..255, as the
+// 3 × lanes<int32_t> bytes of interleaved pixels in the first three quarters
+// of a byte vector.
+inline vec<uint8_t> pack_byte_pixels(vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
     using B = vec<uint8_t>;
     using I = vec<int32_t>;
 #if defined(__SSSE3__)
-    const I packed = c0 | (c1 << 8) | (c2 << 16);
-    const B lanes = detail::lane_pixels<kBytes>((B)packed, std::make_index_sequence<kBytes>());
+    // Saturating packs leave each 16-byte lane's four pixels grouped by
+    // channel (c0 × 4, c1 × 4, c2 × 4, c2 × 4); a byte shuffle interleaves
+    // them in the lane's first 12 bytes.
+#if defined(__AVX512BW__)
+    const B grouped = (B)_mm512_packus_epi16(_mm512_packs_epi32((__m512i)c0, (__m512i)c1),
+                                             _mm512_packs_epi32((__m512i)c2, (__m512i)c2));
+#elif defined(__AVX2__)
+    const B grouped = (B)_mm256_packus_epi16(_mm256_packs_epi32((__m256i)c0, (__m256i)c1),
+                                             _mm256_packs_epi32((__m256i)c2, (__m256i)c2));
+#else
+    const B grouped = (B)_mm_packus_epi16(_mm_packs_epi32((__m128i)c0, (__m128i)c1),
+                                          _mm_packs_epi32((__m128i)c2, (__m128i)c2));
+#endif
+    const B lanes = detail::grouped_pixels<kBytes>(grouped, std::make_index_sequence<kBytes>());
     const B b = (B)detail::lanes_to_pixels<kBytes>((I)lanes, std::make_index_sequence<kBytes / 4>());
 #elif defined(__SSE2__)
     I x, y, z;
@@ -724,12 +754,19 @@ inline void store_byte_pixels(uint8_t* p, vec<int32_t> c0, vec<int32_t> c1, vec<
     const B b = (B)_mm_packus_epi16(xy, zz);
 #else
     B b{};
+    auto sat = [](int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); };
     for (int i = 0; i < kBytes / 4; ++i) {
-        b[3 * i] = static_cast<uint8_t>(c0[i]);
-        b[3 * i + 1] = static_cast<uint8_t>(c1[i]);
-        b[3 * i + 2] = static_cast<uint8_t>(c2[i]);
+        b[3 * i] = sat(c0[i]);
+        b[3 * i + 1] = sat(c1[i]);
+        b[3 * i + 2] = sat(c2[i]);
     }
 #endif
+    return b;
+}
+
+// pack_byte_pixels stored at p; writes exactly the 3 × lanes<int32_t> bytes.
+inline void store_byte_pixels(uint8_t* p, vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
+    const vec<uint8_t> b = pack_byte_pixels(c0, c1, c2);
     store(p, lower_half(b));
     store(p + kBytes / 2, lower_half(upper_half(b)));
 }

@@ -175,7 +175,6 @@ TEST(ColorKernels, PaletteAddsTheColourOfEachSample) {
         check_palette<uint16_t>(contrast, -20.5, 4);
         check_palette<uint16_t>(contrast, 70000.0, 8);
     }
-X
 }
 
 TEST(ColorKernels, RefuseEmptyRegionsAndNullPointers) {
