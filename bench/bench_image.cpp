@@ -1,4 +1,4 @@
-// Fill and copy kernels, with memcpy over the same bytes as the bandwidth reference.
+// Fill and copy, with memcpy over the same bytes as the bandwidth reference.
 #include <cstring>
 #include <memory>
 
@@ -8,53 +8,46 @@
 namespace lum::bench {
 namespace {
 
-using lum::prim::Size;
+using FramePtr = std::shared_ptr<Frame>;
+
+FramePtr frame(lum_data_format f, lum_channels c, int bits = -1) {
+    return std::make_shared<Frame>(kWidth, kHeight, f, c, bits);
+}
 
 const Case memcpy_row("memcpy 8u C1 (bandwidth reference)", [] {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
-    auto b = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
+    auto a = frame(lum_fmt_8u, lum_gray), b = frame(lum_fmt_8u, lum_gray);
     return Timed{[a, b] { std::memcpy(b->data(), a->data(), size_t(a->step()) * kHeight); }, {}, ""};
 });
 
-const Case fill_8u("fill 8u C1", [] {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
-    Timed t{[a] { lum::prim::set_8u_c1(7, static_cast<uint8_t*>(a->data()), a->step(), {kWidth, kHeight}); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] { a->mat().setTo(cv::Scalar(7)); };
-#endif
-    return t;
+const Case memcpy_c3_row("memcpy 8u C3 (bandwidth reference)", [] {
+    auto a = frame(lum_fmt_8u, lum_color), b = frame(lum_fmt_8u, lum_color);
+    return Timed{[a, b] { std::memcpy(b->data(), a->data(), size_t(a->step()) * kHeight); }, {}, ""};
 });
 
-const Case fill_16u_c3("fill 16u C3", [] {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_16u, lum_color);
-    Timed t{[a] {
-                const uint16_t v[3] = {1, 2, 3};
-                lum::prim::set_16u_c3(v, static_cast<uint16_t*>(a->data()), a->step(), {kWidth, kHeight});
+// The fill kernel over a whole frame (the operations reach it through inversion, rotation and masks).
+template <class T>
+Timed fill_case(lum_data_format f, lum_channels c, const T (&v)[3]) {
+    auto a = frame(f, c);
+    Timed t{[a, v, c] {
+                lum::prim::fill<T>(static_cast<T*>(a->data()), a->step(), {kWidth * int(c), kHeight}, v, int(c));
             },
             {}, ""};
 #ifdef LUM_HAVE_OPENCV
-    t.reference = [a] { a->mat().setTo(cv::Scalar(1, 2, 3)); };
+    t.reference = [a, v, c] { a->mat().setTo(c == lum_gray ? cv::Scalar(v[0]) : cv::Scalar(v[0], v[1], v[2])); };
 #endif
     return t;
-});
+}
 
-const Case fill_32f("fill 32f C1", [] {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_32f, lum_gray);
-    Timed t{[a] { lum::prim::set_32f_c1(1.5f, static_cast<float*>(a->data()), a->step(), {kWidth, kHeight}); }, {}, ""};
-#ifdef LUM_HAVE_OPENCV
-    t.reference = [a] { a->mat().setTo(cv::Scalar(1.5)); };
-#endif
-    return t;
-});
+const Case fill_8u("fill 8u C1", [] { return fill_case<uint8_t>(lum_fmt_8u, lum_gray, {7, 7, 7}); });
+const Case fill_8u_c3("fill 8u C3", [] { return fill_case<uint8_t>(lum_fmt_8u, lum_color, {1, 2, 3}); });
+const Case fill_16u("fill 16u C1", [] { return fill_case<uint16_t>(lum_fmt_16u, lum_gray, {700, 700, 700}); });
+const Case fill_16u_c3("fill 16u C3", [] { return fill_case<uint16_t>(lum_fmt_16u, lum_color, {1, 2, 3}); });
+const Case fill_32f("fill 32f C1", [] { return fill_case<float>(lum_fmt_32f, lum_gray, {1.5f, 1.5f, 1.5f}); });
 
-const Case copy_8u("copy 8u C1", [] {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
-    auto b = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_8u, lum_gray);
-    Timed t{[a, b] {
-                lum::prim::copy_8u_c1(static_cast<uint8_t*>(a->data()), a->step(), static_cast<uint8_t*>(b->data()),
-                                      b->step(), {kWidth, kHeight});
-            },
-            {}, ""};
+// lum_copy (the rectangle copy over the whole frame) against copyTo.
+Timed copy_case(lum_data_format f, lum_channels c) {
+    auto a = frame(f, c), b = frame(f, c);
+    Timed t{[a, b] { lum_copy(a->handle(), b->handle()); }, {}, ""};
 #ifdef LUM_HAVE_OPENCV
     t.reference = [a, b] {
         cv::Mat d = b->mat();
@@ -62,13 +55,19 @@ const Case copy_8u("copy 8u C1", [] {
     };
 #endif
     return t;
-});
+}
+
+const Case copy_8u("copy 8u C1", [] { return copy_case(lum_fmt_8u, lum_gray); });
+const Case copy_8u_c3("copy 8u C3", [] { return copy_case(lum_fmt_8u, lum_color); });
+const Case copy_16u("copy 16u C1", [] { return copy_case(lum_fmt_16u, lum_gray); });
+const Case copy_16u_c3("copy 16u C3", [] { return copy_case(lum_fmt_16u, lum_color); });
 
 const Case clamp_16u("clamp 16u C1 to 12 bits (threshold gt val)", [] {
-    auto a = std::make_shared<Frame>(kWidth, kHeight, lum_fmt_16u, lum_gray, 16);
+    auto a = frame(lum_fmt_16u, lum_gray, 16);
     Timed t{[a] {
-                lum::prim::threshold_gt_val_16u_c1ir(static_cast<uint16_t*>(a->data()), a->step(), {kWidth, kHeight},
-                                                     4095, 4095);
+                const uint16_t top = 4095;
+                lum::prim::threshold_gt<uint16_t>(static_cast<uint16_t*>(a->data()), a->step(), {kWidth, kHeight},
+                                                  &top, &top, 1);
             },
             {}, ""};
 #ifdef LUM_HAVE_OPENCV

@@ -31,14 +31,7 @@ int8_t invert(img* src, img* dst) {
         const int ss = step_of(*src), ds = step_of(*dst);
         if (!buffers_overlap(*src, *dst))
             return map_status(prim::constant<T, prim::op::rsub>(s, ss, d, ds, samples, &mask, 1));
-        const T m3[3] = {mask, mask, mask};
-        const prim::Size z = size_of(*src);
-        int filled;
-        if constexpr (sizeof(T) == 1)
-            filled = src->channels == lum_color ? prim::set_8u_c3(m3, d, ds, z) : prim::set_8u_c1(mask, d, ds, z);
-        else
-            filled = src->channels == lum_color ? prim::set_16u_c3(m3, d, ds, z) : prim::set_16u_c1(mask, d, ds, z);
-        LUM_CHECK(map_status(filled));
+        LUM_CHECK(map_status(prim::fill<T>(d, ds, samples, &mask, 1)));
         return map_status(prim::binary<T, prim::op::sub>(d, ds, s, ss, d, ds, samples));
     });
 }

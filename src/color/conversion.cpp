@@ -1,10 +1,8 @@
 // Colour conversion: colour to grey with equal weights, grey to colour, and
 // the 3 x 4 colour twist in place and into a second image, with 16-bit results
-// clamped to the image's valid bits.
-#include "color/copy.hpp"
+// kept within the image's valid bits by the twist itself.
 #include "image/call_frame.hpp"
 #include "primitives/color.hpp"
-#include "primitives/fill.hpp"
 
 namespace lum {
 
@@ -18,19 +16,13 @@ int8_t color_to_gray(const img* src, img* dst) {
     if (src->channels != lum_color) return bad_format;
     LUM_CHECK(require_initialised(dst));
     if (dst->channels != lum_gray) return bad_format;
-    const int32_t format = src->pix_type;
-    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
-    // The destination's size and format are the caller's promise; only its buffer bounds are enforced.
-    const int bytes = bytes_per_sample(format);
-    if (!whole_fits(*src) || !span_fits(*dst, 0, src->height, dst->step_bytes, int64_t(src->width) * bytes))
-        return beyond_image;
-    if (format == lum_fmt_8u)
-        return map_status(prim::color_to_gray_8u_c3c1r(pixel_at<const uint8_t>(*src, 0, 0), step_of(*src),
-                                                       pixel_at<uint8_t>(*dst, 0, 0), step_of(*dst), size_of(*src),
-                                                       kGreyWeights));
-    return map_status(prim::color_to_gray_16u_c3c1r(pixel_at<const uint16_t>(*src, 0, 0), step_of(*src),
-                                                    pixel_at<uint16_t>(*dst, 0, 0), step_of(*dst), size_of(*src),
-                                                    kGreyWeights));
+    return with_sample_type<uint8_t, uint16_t>(src->pix_type, [&]<class T>() -> int8_t {
+        // The destination's size and format are the caller's promise; only its buffer bounds are enforced.
+        if (!whole_fits(*src) || !span_fits(*dst, 0, src->height, dst->step_bytes, int64_t(src->width) * sizeof(T)))
+            return beyond_image;
+        return map_status(prim::color_to_gray<T>(pixel_at<const T>(*src, 0, 0), step_of(*src), pixel_at<T>(*dst, 0, 0),
+                                                 step_of(*dst), size_of(*src), kGreyWeights));
+    });
 }
 
 int8_t gray_to_color(const img* src, img* dst) {
@@ -40,54 +32,44 @@ int8_t gray_to_color(const img* src, img* dst) {
     if (dst->channels != lum_color || dst->pix_type != lum_fmt_8u) return bad_format;
     if (!whole_fits(*src) || !span_fits(*dst, 0, src->height, dst->step_bytes, 3 * int64_t(src->width)))
         return beyond_image;
-    return map_status(prim::gray_to_color_8u_c1c3r(pixel_at<const uint8_t>(*src, 0, 0), step_of(*src),
+    return map_status(prim::gray_to_color<uint8_t>(pixel_at<const uint8_t>(*src, 0, 0), step_of(*src),
                                                    pixel_at<uint8_t>(*dst, 0, 0), step_of(*dst), size_of(*src)));
 }
 
-// Lowers every sample above the valid-bits maximum to it; nothing to do at 16 bits.
-int8_t clamp_to_valid_bits(uint16_t* buffer, int step, prim::Size size, uint32_t valid_bits) {
-    if (valid_bits == 16) return ok;
-    const uint16_t top = static_cast<uint16_t>((1u << valid_bits) - 1);
-    const uint16_t limits[3] = {top, top, top};
-    return map_status(prim::threshold_gt_val_16u_c3ir(buffer, step, size, limits, limits));
+// The largest sample a twist may store: 16-bit results stay within the
+// valid bits, (1 << valid_bits) − 1 in 16-bit arithmetic (the shift count
+// taken modulo 32, as the processor takes it).
+template <class T>
+T twist_top(const img& image) {
+    if constexpr (sizeof(T) == 1) return 255;
+    else return static_cast<T>(static_cast<uint16_t>(1u << (image.valid_bits & 31u)) - 1u);
 }
 
 int8_t twist_in_place(img* image, const float* matrix) {
     LUM_CHECK(require_initialised(image));
     if (image->channels != lum_color) return bad_format;
-    if ((image->pix_type == lum_fmt_8u || image->pix_type == lum_fmt_16u) && !whole_fits(*image))
-        return beyond_image;
-    if (image->pix_type == lum_fmt_8u)
+    return with_sample_type<uint8_t, uint16_t>(image->pix_type, [&]<class T>() -> int8_t {
+        if (!whole_fits(*image)) return beyond_image;
+        T* p = pixel_at<T>(*image, 0, 0);
         return map_status(
-            prim::color_twist_8u_c3ir(pixel_at<uint8_t>(*image, 0, 0), step_of(*image), size_of(*image), matrix));
-    if (image->pix_type != lum_fmt_16u) return bad_format;
-    auto* buffer = pixel_at<uint16_t>(*image, 0, 0);
-    // A warning from the twist still lets the clamp run.
-    if (map_status(prim::color_twist_16u_c3ir(buffer, step_of(*image), size_of(*image), matrix)) != ok)
-        return primitive_failed;
-    return clamp_to_valid_bits(buffer, step_of(*image), size_of(*image), image->valid_bits);
+            prim::color_twist<T>(p, step_of(*image), p, step_of(*image), size_of(*image), matrix, twist_top<T>(*image)));
+    });
 }
 
-// Both regions use the source's step and size: the destination must share the source's layout.
+// Both regions use the source's step and size: the destination must share the
+// source's layout. 16-bit results are clamped by the source's valid bits.
 int8_t twist(const img* src, img* dst, const float* matrix) {
     LUM_CHECK(require_initialised(src));
     if (src->channels != lum_color) return bad_format;
     LUM_CHECK(require_initialised(dst));
     if (dst->channels != lum_color) return bad_format;
-    const int32_t format = src->pix_type;
-    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
-    const int step = step_of(*src);
-    if (!whole_fits(*src) ||
-        !span_fits(*dst, 0, src->height, step, 3 * int64_t(src->width) * bytes_per_sample(format)))
-        return beyond_image;
-    if (format == lum_fmt_8u)
-        return map_status(prim::color_twist_8u_c3r(pixel_at<const uint8_t>(*src, 0, 0), step,
-                                                   pixel_at<uint8_t>(*dst, 0, 0), step, size_of(*src), matrix));
-    auto* out = pixel_at<uint16_t>(*dst, 0, 0);
-    if (map_status(prim::color_twist_16u_c3r(pixel_at<const uint16_t>(*src, 0, 0), step, out, step, size_of(*src),
-                                             matrix)) != ok)
-        return primitive_failed;
-    return clamp_to_valid_bits(out, step, size_of(*src), src->valid_bits);
+    return with_sample_type<uint8_t, uint16_t>(src->pix_type, [&]<class T>() -> int8_t {
+        const int step = step_of(*src);
+        if (!whole_fits(*src) || !span_fits(*dst, 0, src->height, step, 3 * int64_t(src->width) * sizeof(T)))
+            return beyond_image;
+        return map_status(prim::color_twist<T>(pixel_at<const T>(*src, 0, 0), step, pixel_at<T>(*dst, 0, 0), step,
+                                               size_of(*src), matrix, twist_top<T>(*src)));
+    });
 }
 
 }  // namespace

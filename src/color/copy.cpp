@@ -20,12 +20,6 @@ int8_t check_origin(const img& image, lum_point origin, lum_size size) {
     return ok;
 }
 
-template <class T, class Kernel>
-int copy_with(Kernel& kernel, const img& src, lum_point so, img& dst, lum_point dp, lum_size size) {
-    return kernel(pixel_at<const T>(src, so.x, so.y), step_of(src), pixel_at<T>(dst, dp.x, dp.y), step_of(dst),
-                  {size.width, size.height});
-}
-
 }  // namespace
 
 int8_t copy_rect(const img* src, lum_point so, img* dst, lum_point dp, lum_size size) {
@@ -36,24 +30,17 @@ int8_t copy_rect(const img* src, lum_point so, img* dst, lum_point dp, lum_size 
     LUM_CHECK(check_origin(*dst, dp, size));
     if (src->channels != dst->channels || src->pix_type != dst->pix_type) return mismatch;
     if (src->channels != lum_gray && src->channels != lum_color) return bad_channels;
+    // The bounds come before the format: a held 16s image is refused with -2 or -1 in that order.
     if (bytes_per_sample(src->pix_type) != 0 &&
         (!region_fits(*src, so.x, so.y, size.width, size.height) ||
          !region_fits(*dst, dp.x, dp.y, size.width, size.height)))
         return beyond_image;
-    const bool one = src->channels == lum_gray;
-    switch (src->pix_type) {
-        case lum_fmt_8u:
-            return map_status(one ? copy_with<uint8_t>(prim::copy_8u_c1, *src, so, *dst, dp, size)
-                                  : copy_with<uint8_t>(prim::copy_8u_c3, *src, so, *dst, dp, size));
-        case lum_fmt_16u:
-            return map_status(one ? copy_with<uint16_t>(prim::copy_16u_c1, *src, so, *dst, dp, size)
-                                  : copy_with<uint16_t>(prim::copy_16u_c3, *src, so, *dst, dp, size));
-        case lum_fmt_32f:
-            return map_status(one ? copy_with<float>(prim::copy_32f_c1, *src, so, *dst, dp, size)
-                                  : copy_with<float>(prim::copy_32f_c3, *src, so, *dst, dp, size));
-        default:
-            return bad_format;
-    }
+    // Samples are copied as bytes whatever their type.
+    return with_sample_type<uint8_t, uint16_t, float>(src->pix_type, [&]<class T>() -> int8_t {
+        const prim::Size bytes{size.width * int(src->channels) * int(sizeof(T)), size.height};
+        return map_status(prim::copy_bytes(pixel_at<const uint8_t>(*src, so.x, so.y), step_of(*src),
+                                           pixel_at<uint8_t>(*dst, dp.x, dp.y), step_of(*dst), bytes));
+    });
 }
 
 namespace {
@@ -77,9 +64,9 @@ int8_t gray_into_channel(const img* grey, img* colour, int32_t channel) {
     if (!whole_fits(*grey) ||
         !span_fits(*colour, channel, grey->height, colour->step_bytes, 3 * int64_t(grey->width) - 2))
         return beyond_image;
-    return map_status(prim::copy_8u_c1c3r(pixel_at<const uint8_t>(*grey, 0, 0), step_of(*grey),
-                                          pixel_at<uint8_t>(*colour, 0, 0) + channel, step_of(*colour),
-                                          size_of(*grey)));
+    return map_status(prim::copy_to_channel<uint8_t>(pixel_at<const uint8_t>(*grey, 0, 0), step_of(*grey),
+                                                     pixel_at<uint8_t>(*colour, 0, 0) + channel, step_of(*colour),
+                                                     size_of(*grey)));
 }
 
 // One plane of the split or merge: initialised, grey, of the colour image's format.
@@ -88,59 +75,46 @@ int8_t check_plane(const img* plane, int32_t format) {
     return plane->channels == lum_gray && plane->pix_type == format ? ok : bad_format;
 }
 
-// Every plane is walked with plane 0's step over the colour image's size.
-bool planes_fit(const img* const (&planes)[3], const img& colour) {
-    const int64_t row_bytes = int64_t(colour.width) * bytes_per_sample(colour.pix_type);
+// The planes and the colour image of a split or merge, in the order they are
+// checked; every plane is walked with plane 0's step over the colour image's size.
+template <class T>
+int8_t check_planes(const img& colour, const img* const (&planes)[3]) {
+    for (const img* p : planes) LUM_CHECK(check_plane(p, colour.pix_type));
     for (const img* p : planes)
-        if (!span_fits(*p, 0, colour.height, planes[0]->step_bytes, row_bytes)) return false;
-    return true;
+        if (!span_fits(*p, 0, colour.height, planes[0]->step_bytes, int64_t(colour.width) * sizeof(T)))
+            return beyond_image;
+    return whole_fits(colour) ? ok : beyond_image;
 }
 
 int8_t split(const img* colour, img* p0, img* p1, img* p2) {
     LUM_CHECK(require_initialised(colour));
     if (colour->channels != lum_color) return bad_format;
-    const int32_t format = colour->pix_type;
-    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
-    for (const img* p : {p0, p1, p2}) LUM_CHECK(check_plane(p, format));
-    if (!planes_fit({p0, p1, p2}, *colour) || !whole_fits(*colour)) return beyond_image;
-    const int step = step_of(*p0);
-    if (format == lum_fmt_8u) {
-        uint8_t* const planes[3] = {pixel_at<uint8_t>(*p0, 0, 0), pixel_at<uint8_t>(*p1, 0, 0),
-                                    pixel_at<uint8_t>(*p2, 0, 0)};
-        return map_status(
-            prim::copy_8u_c3p3r(pixel_at<const uint8_t>(*colour, 0, 0), step_of(*colour), planes, step, size_of(*colour)));
-    }
-    uint16_t* const planes[3] = {pixel_at<uint16_t>(*p0, 0, 0), pixel_at<uint16_t>(*p1, 0, 0),
-                                 pixel_at<uint16_t>(*p2, 0, 0)};
-    return map_status(
-        prim::copy_16u_c3p3r(pixel_at<const uint16_t>(*colour, 0, 0), step_of(*colour), planes, step, size_of(*colour)));
+    return with_sample_type<uint8_t, uint16_t>(colour->pix_type, [&]<class T>() -> int8_t {
+        LUM_CHECK(check_planes<T>(*colour, {p0, p1, p2}));
+        T* const planes[3] = {pixel_at<T>(*p0, 0, 0), pixel_at<T>(*p1, 0, 0), pixel_at<T>(*p2, 0, 0)};
+        return map_status(prim::split_channels<T>(pixel_at<const T>(*colour, 0, 0), step_of(*colour), planes,
+                                                  step_of(*p0), size_of(*colour)));
+    });
 }
 
 int8_t merge(const img* p0, const img* p1, const img* p2, img* colour) {
     LUM_CHECK(require_initialised(colour));
     if (colour->channels != lum_color) return bad_format;
-    const int32_t format = colour->pix_type;
-    if (format != lum_fmt_8u && format != lum_fmt_16u) return bad_format;
-    for (const img* p : {p0, p1, p2}) LUM_CHECK(check_plane(p, format));
-    if (!planes_fit({p0, p1, p2}, *colour) || !whole_fits(*colour)) return beyond_image;
-    const int step = step_of(*p0);
-    if (format == lum_fmt_8u) {
-        const uint8_t* const planes[3] = {pixel_at<const uint8_t>(*p0, 0, 0), pixel_at<const uint8_t>(*p1, 0, 0),
-                                          pixel_at<const uint8_t>(*p2, 0, 0)};
-        return map_status(
-            prim::copy_8u_p3c3r(planes, step, pixel_at<uint8_t>(*colour, 0, 0), step_of(*colour), size_of(*colour)));
-    }
-    const uint16_t* const planes[3] = {pixel_at<const uint16_t>(*p0, 0, 0), pixel_at<const uint16_t>(*p1, 0, 0),
-                                       pixel_at<const uint16_t>(*p2, 0, 0)};
-    return map_status(
-        prim::copy_16u_p3c3r(planes, step, pixel_at<uint16_t>(*colour, 0, 0), step_of(*colour), size_of(*colour)));
+    return with_sample_type<uint8_t, uint16_t>(colour->pix_type, [&]<class T>() -> int8_t {
+        LUM_CHECK(check_planes<T>(*colour, {p0, p1, p2}));
+        const T* const planes[3] = {pixel_at<const T>(*p0, 0, 0), pixel_at<const T>(*p1, 0, 0),
+                                    pixel_at<const T>(*p2, 0, 0)};
+        return map_status(prim::merge_channels<T>(planes, step_of(*p0), pixel_at<T>(*colour, 0, 0), step_of(*colour),
+                                                  size_of(*colour)));
+    });
 }
 
 int8_t swap_channels(img* image, const int32_t* order) {
     LUM_CHECK(require_initialised(image));
     if (image->channels != lum_color || image->pix_type != lum_fmt_8u) return bad_format;
     if (!whole_fits(*image)) return beyond_image;
-    return map_status(prim::swap_channels_8u_c3ir(pixel_at<uint8_t>(*image, 0, 0), step_of(*image), size_of(*image), order));
+    return map_status(
+        prim::swap_channels<uint8_t>(pixel_at<uint8_t>(*image, 0, 0), step_of(*image), size_of(*image), order));
 }
 
 }  // namespace

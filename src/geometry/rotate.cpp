@@ -16,14 +16,8 @@ bool failed(int status) { return map_status(status) != ok; }
 
 template <class T>
 int clear(T* p, int step, prim::Size size, int channels) {
-    if constexpr (std::is_same_v<T, uint8_t>) {
-        const uint8_t zero[3] = {0, 0, 0};
-        return channels == 1 ? prim::set_8u_c1(0, p, step, size) : prim::set_8u_c3(zero, p, step, size);
-    } else if constexpr (std::is_same_v<T, uint16_t>) {
-        return prim::set_16u_c1(0, p, step, size);
-    } else {
-        return prim::set_32f_c1(0.0f, p, step, size);
-    }
+    const T zero{};
+    return prim::fill<T>(p, step, {channels * size.width, size.height}, &zero, 1);
 }
 
 constexpr int data_type_of(int32_t format) {

@@ -86,8 +86,9 @@ int8_t draw_rectangle(painter& v, const lum_rect& bounds) {
     const span rows = overlap(bounds.y, bounds.height, v.origin.y, v.height);
     if (cols.empty() || rows.empty()) return ok;
     uint8_t* first = v.block(rows.lo, rows.hi, cols.lo - v.origin.x, cols.hi - v.origin.x);
-    return map_status(prim::set_8u_c1(kInside, first, static_cast<int>(v.step()),
-                                      {static_cast<int32_t>(cols.hi - cols.lo), static_cast<int32_t>(rows.hi - rows.lo)}));
+    return map_status(prim::fill<uint8_t>(first, static_cast<int>(v.step()),
+                                          {static_cast<int32_t>(cols.hi - cols.lo), static_cast<int32_t>(rows.hi - rows.lo)},
+                                          &kInside, 1));
 }
 
 // Crossing of the edge from a to b with row y, or false when there is none.

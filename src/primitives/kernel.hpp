@@ -276,4 +276,85 @@ inline void channel_row(const S* s, D* d, int n, const Op& op, Stream stream = {
     });
 }
 
+// ---- three interleaved channels as planes (colour and channel kernels)
+
+// The three channels of `pixels` interleaved pixels at p as planes of V (at
+// most V's lanes of pixels; lanes past `pixels` hold 0). Reads exactly the
+// 3 × pixels samples.
+template <class V, class T>
+inline void load_planes(const T* p, int pixels, V& c0, V& c1, V& c2) {
+    constexpr int L = static_cast<int>(sizeof(V) / sizeof(T));
+    static_assert(std::is_same_v<simd::element_t<V>, T>);
+    V a{}, b{}, c{};
+    if (pixels >= L) {
+        a = simd::load_as<V>(p);
+        b = simd::load_as<V>(p + L);
+        c = simd::load_as<V>(p + 2 * L);
+    } else {
+        const int n = 3 * pixels;
+        a = simd::load_first<V>(p, n);
+        if (n > L) b = simd::load_first<V>(p + L, n - L);
+        if (n > 2 * L) c = simd::load_first<V>(p + 2 * L, n - 2 * L);
+    }
+    simd::deinterleave3(a, b, c, c0, c1, c2);
+}
+
+// Planes of V stored as `pixels` interleaved pixels at p; nothing past them
+// is written. A full block may stream (p then aligned to V's size).
+template <class V, class T, class Stream = cached_stores>
+inline void store_planes(T* p, int pixels, V c0, V c1, V c2, Stream = {}) {
+    constexpr int L = static_cast<int>(sizeof(V) / sizeof(T));
+    static_assert(std::is_same_v<simd::element_t<V>, T>);
+    V a, b, c;
+    simd::interleave3(c0, c1, c2, a, b, c);
+    if (pixels >= L) {
+        if constexpr (Stream::value) {
+            simd::stream(p, a);
+            simd::stream(p + L, b);
+            simd::stream(p + 2 * L, c);
+        } else {
+            simd::store(p, a);
+            simd::store(p + L, b);
+            simd::store(p + 2 * L, c);
+        }
+    } else {
+        const int n = 3 * pixels;
+        simd::store_first(p, a, n);
+        if (n > L) simd::store_first(p + L, b, n - L);
+        if (n > 2 * L) simd::store_first(p + 2 * L, c, n - 2 * L);
+    }
+}
+
+// Pixels of three interleaved channels before d + 3 x samples is aligned to
+// A bytes, or -1 when no pixel boundary is (a sample off its own boundary).
+template <int A, class T>
+inline int pixels_to_alignment(const T* d) {
+    const auto address = reinterpret_cast<uintptr_t>(d);
+    for (int x = 0; x < A; ++x)
+        if ((address + 3 * sizeof(T) * static_cast<uintptr_t>(x)) % A == 0) return x;
+    return -1;
+}
+
+// Runs block(x, k, stores) over the pixels [0, n) of a row of three
+// interleaved channels in blocks of L pixels (k < L only at the ends), a
+// block writing its 3 k samples from d + 3 x: the row loop of the colour and
+// channel kernels. With streaming stores the first blocks are shortened
+// until d + 3 x is aligned to A bytes and the full blocks after them get
+// streaming_stores{}; every other block gets cached_stores{}.
+template <int L, int A, class T, class Stream, class Block>
+inline void pixel_blocks(T* d, int n, Stream, const Block& block) {
+    int x = 0;
+    if constexpr (Stream::value) {
+        const int head = pixels_to_alignment<A>(d);
+        if (head >= 0 && n - head >= 2 * L) {
+            for (; x < head; x += L) block(x, head - x < L ? head - x : L, cached_stores{});
+            for (x = head; x + L <= n; x += L) block(x, L, streaming_stores{});
+            if (x < n) block(x, n - x, cached_stores{});
+            return;
+        }
+    }
+    for (; x + L <= n; x += L) block(x, L, cached_stores{});
+    if (x < n) block(x, n - x, cached_stores{});
+}
+
 }  // namespace lum::prim::LUM_ISA

@@ -1006,4 +1006,251 @@ private:
     uint64_t lanes_of_[2][3] = {};  // lanes of channels 1 and 2, per phase
 };
 
+// ---- stores of chosen lanes
+
+// Writes the lanes of v whose lane in `mask` is set, among the first n
+// (0 <= n <= lanes); the other lanes keep their contents. AVX-512 stores
+// only the chosen lanes; the other levels read the n lanes and write them
+// back with the chosen ones replaced.
+template <class V>
+inline void store_where(void* p, V v, mask_of<V> mask, int n) {
+#if defined(__AVX512BW__)
+    constexpr int esize = sizeof(V{}[0]);
+    if constexpr (sizeof(V) == 64 && esize == 1) {
+        const __mmask64 k = _mm512_movepi8_mask((__m512i)mask) & first_lanes_mask(n);
+        return _mm512_mask_storeu_epi8(p, k, (__m512i)v);
+    } else if constexpr (sizeof(V) == 64 && esize == 2) {
+        const __mmask32 k = _mm512_movepi16_mask((__m512i)mask) & static_cast<__mmask32>(first_lanes_mask(n));
+        return _mm512_mask_storeu_epi16(p, k, (__m512i)v);
+    }
+#endif
+    const V old = load_first<V>(p, n);
+    store_first(p, mask ? v : old, n);
+}
+
+// ---- float clamps and narrowing of values known to fit (colour kernels)
+
+// Float lanes clamped to [lo, hi] with NaN giving lo: the processor's max and
+// min, one instruction per bound (the vector ?: form takes two on AVX-512).
+template <class V>
+inline V clamp_float(V v, V lo, V hi) {
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (V)_mm512_min_ps(_mm512_max_ps((__m512)v, (__m512)lo), (__m512)hi);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32) return (V)_mm256_min_ps(_mm256_max_ps((__m256)v, (__m256)lo), (__m256)hi);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (V)_mm_min_ps(_mm_max_ps((__m128)v, (__m128)lo), (__m128)hi);
+#endif
+    v = v > lo ? v : lo;
+    return v < hi ? v : hi;
+}
+
+// The smaller of v and hi lane by lane, NaN lanes kept: the processor's min
+// with v as the second operand, one instruction.
+template <class V>
+inline V min_keep_nan(V v, V hi) {
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (V)_mm512_min_ps((__m512)hi, (__m512)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32) return (V)_mm256_min_ps((__m256)hi, (__m256)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return (V)_mm_min_ps((__m128)hi, (__m128)v);
+#endif
+    return v > hi ? hi : v;
+}
+
+// 32-bit integer lanes already within the range of the unsigned type U (8 or
+// 16 bits), narrowed to U with lane order kept: AVX-512 truncates in one
+// instruction, the other levels take narrow_sat's saturating packs.
+template <class U, class V>
+inline auto narrow_in_range(V v) {
+    static_assert(std::is_same_v<element_t<V>, int32_t> && std::is_unsigned_v<U> && sizeof(U) <= 2);
+#if defined(__AVX512F__)
+    constexpr int n = static_cast<int>(sizeof(V) / 4);
+    using R = vec<U, static_cast<int>(sizeof(U)) * n>;
+    if constexpr (sizeof(V) == 64) {
+        if constexpr (sizeof(U) == 1) return (R)_mm512_cvtepi32_epi8((__m512i)v);
+        else return (R)_mm512_cvtepi32_epi16((__m512i)v);
+    }
+#endif
+    return narrow_sat<U>(v);
+}
+
+// ---- each byte three times (grey to colour)
+
+namespace detail {
+// Output vector K (of three) of the bytes of an L-byte vector, each repeated
+// three times: byte j is source byte (K·L + j) / 3. Taken in two steps that
+// every level has as single instructions: 32-bit lanes moved so that each
+// 16-byte lane holds the window of source bytes it needs, then bytes shuffled
+// inside the 16-byte lanes.
+constexpr int spread_window(int L, int K, int lane) { return (K * L + 16 * lane) / 3 / 4; }
+template <int L, int K, size_t... I>
+inline auto spread_dwords(vec<int32_t, L> v, std::index_sequence<I...>) {
+    constexpr int n = L / 4;
+    return __builtin_shufflevector(
+        v, v, (spread_window(L, K, int(I) / 4) + int(I) % 4 < n ? spread_window(L, K, int(I) / 4) + int(I) % 4 : n - 1)...);
+}
+template <int L, int K, size_t... I>
+inline auto spread_bytes(vec<uint8_t, L> v, std::index_sequence<I...>) {
+    return __builtin_shufflevector(
+        v, v, (16 * (int(I) / 16) + (K * L + int(I)) / 3 - 4 * spread_window(L, K, int(I) / 16))...);
+}
+template <int K, class V>
+inline V spread3_part(V v) {
+    constexpr int L = sizeof(V);
+    using D = vec<int32_t, L>;
+    const auto moved = spread_dwords<L, K>((D)v, std::make_index_sequence<L / 4>());
+    return (V)spread_bytes<L, K>((vec<uint8_t, L>)moved, std::make_index_sequence<L>());
+}
+}  // namespace detail
+
+// Every byte of v three times in a row, as three vectors: the samples of a
+// grey row as the three channels of a colour row.
+template <class V>
+inline void spread3(V v, V& a, V& b, V& c) {
+    static_assert(sizeof(V{}[0]) == 1, "bytes");
+#if defined(__SSSE3__)
+    a = detail::spread3_part<0>(v);
+    b = detail::spread3_part<1>(v);
+    c = detail::spread3_part<2>(v);
+#else
+    interleave3(v, v, v, a, b, c);  // no byte shuffle below SSSE3
+#endif
+}
+
+// ---- doubles truncated to 32-bit integers (palette rendering)
+
+// Double lanes truncated toward zero to 32-bit integers, lane count kept;
+// lanes outside the int32 range or NaN give INT32_MIN, as the processor's
+// truncating conversion does.
+template <class V>
+inline auto truncate_to_int32(V v) {
+    static_assert(std::is_same_v<element_t<V>, double>);
+    constexpr int n = static_cast<int>(sizeof(V) / 8);
+    using R = vec<int32_t, 4 * n>;
+#if defined(__AVX512F__)
+    if constexpr (sizeof(V) == 64) return (R)_mm512_cvttpd_epi32((__m512d)v);
+#endif
+#if defined(__AVX__)
+    if constexpr (sizeof(V) == 32) return (R)_mm256_cvttpd_epi32((__m256d)v);
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(V) == 16) return detail::from_m128<R>(_mm_cvttpd_epi32((__m128d)v));
+#endif
+    R r;
+    for (int k = 0; k < n; ++k)
+        r[k] = v[k] > -2147483649.0 && v[k] < 2147483648.0 ? static_cast<int32_t>(v[k]) : INT32_MIN;
+    return r;
+}
+
+// ---- three interleaved byte channels as 32-bit lanes (colour kernels)
+
+namespace detail {
+// Dword j of a byte vector of L bytes holds lane j / 4's source dword: lane l
+// takes the 12 bytes (4 pixels) starting at byte 12 l.
+template <int L, size_t... J>
+inline auto pixels_to_lanes(vec<int32_t, L> v, std::index_sequence<J...>) {
+    constexpr int n = L / 4;
+    return __builtin_shufflevector(v, v, (3 * (int(J) / 4) + int(J) % 4 < n ? 3 * (int(J) / 4) + int(J) % 4 : n - 1)...);
+}
+// Byte 4 i of each 16-byte lane from the lane's byte 3 i + C (the rest is masked off after).
+template <int C, int L, size_t... J>
+inline auto channel_bytes(vec<uint8_t, L> v, std::index_sequence<J...>) {
+    return __builtin_shufflevector(v, v, (16 * (int(J) / 16) + 3 * ((int(J) % 16) / 4) + C)...);
+}
+// Each 16-byte lane's channel-grouped bytes (four of channel 0, of 1, of 2)
+// interleaved as four pixels in the lane's first 12 bytes.
+template <int L, size_t... J>
+inline auto grouped_pixels(vec<uint8_t, L> v, std::index_sequence<J...>) {
+    return __builtin_shufflevector(
+        v, v, (16 * (int(J) / 16) + ((int(J) % 16) < 12 ? 4 * ((int(J) % 16) % 3) + (int(J) % 16) / 3 : 0))...);
+}
+// Dword j from lane j / 3, dword j % 3: the lanes' 12-byte groups made contiguous.
+template <int L, size_t... J>
+inline auto lanes_to_pixels(vec<int32_t, L> v, std::index_sequence<J...>) {
+    return __builtin_shufflevector(v, v, (int(J) < 3 * L / 16 ? 4 * (int(J) / 3) + int(J) % 3 : 0)...);
+}
+}  // namespace detail
+
+// The 3 × lanes<int32_t> bytes of as many interleaved three-channel pixels,
+// at p, as three 32-bit lanes per pixel (zero-extended): c0 holds channel 0
+// of each pixel in lane order, and so on. Reads exactly those bytes.
+inline void load_byte_pixels(const uint8_t* p, vec<int32_t>& c0, vec<int32_t>& c1, vec<int32_t>& c2) {
+    using B = vec<uint8_t>;
+    using I = vec<int32_t>;
+    using H = vec<uint8_t, kBytes / 2>;
+    using Q = vec<uint8_t, kBytes / 4>;
+    const B b = join(load_as<H>(p), join(load_as<Q>(p + kBytes / 2), Q{}));
+#if defined(__SSSE3__)
+    const B moved = (B)detail::pixels_to_lanes<kBytes>((I)b, std::make_index_sequence<kBytes / 4>());
+    constexpr auto bytes = std::make_index_sequence<kBytes>();
+    c0 = (I)detail::channel_bytes<0, kBytes>(moved, bytes) & 0xFF;
+    c1 = (I)detail::channel_bytes<1, kBytes>(moved, bytes) & 0xFF;
+    c2 = (I)detail::channel_bytes<2, kBytes>(moved, bytes) & 0xFF;
+#elif defined(__SSE2__)
+    // No byte shuffle: the 12 bytes are widened as they lie and taken apart as 32-bit lanes.
+    const __m128i x = (__m128i)b, zero = _mm_setzero_si128();
+    const __m128i lo = _mm_unpacklo_epi8(x, zero), hi = _mm_unpackhi_epi8(x, zero);
+    deinterleave3((I)_mm_unpacklo_epi16(lo, zero), (I)_mm_unpackhi_epi16(lo, zero), (I)_mm_unpacklo_epi16(hi, zero), c0,
+                  c1, c2);
+#else
+    for (int i = 0; i < kBytes / 4; ++i) {
+        c0[i] = b[3 * i];
+        c1[i] = b[3 * i + 1];
+        c2[i] = b[3 * i + 2];
+    }
+#endif
+}
+
+// And back: three 32-bit lanes per pixel, saturated to 0..255, as the
+// 3 × lanes<int32_t> bytes of interleaved pixels in the first three quarters
+// of a byte vector.
+inline vec<uint8_t> pack_byte_pixels(vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
+    using B = vec<uint8_t>;
+    using I = vec<int32_t>;
+#if defined(__SSSE3__)
+    // Saturating packs leave each 16-byte lane's four pixels grouped by
+    // channel (c0 × 4, c1 × 4, c2 × 4, c2 × 4); a byte shuffle interleaves
+    // them in the lane's first 12 bytes.
+#if defined(__AVX512BW__)
+    const B grouped = (B)_mm512_packus_epi16(_mm512_packs_epi32((__m512i)c0, (__m512i)c1),
+                                             _mm512_packs_epi32((__m512i)c2, (__m512i)c2));
+#elif defined(__AVX2__)
+    const B grouped = (B)_mm256_packus_epi16(_mm256_packs_epi32((__m256i)c0, (__m256i)c1),
+                                             _mm256_packs_epi32((__m256i)c2, (__m256i)c2));
+#else
+    const B grouped = (B)_mm_packus_epi16(_mm_packs_epi32((__m128i)c0, (__m128i)c1),
+                                          _mm_packs_epi32((__m128i)c2, (__m128i)c2));
+#endif
+    const B lanes = detail::grouped_pixels<kBytes>(grouped, std::make_index_sequence<kBytes>());
+    const B b = (B)detail::lanes_to_pixels<kBytes>((I)lanes, std::make_index_sequence<kBytes / 4>());
+#elif defined(__SSE2__)
+    I x, y, z;
+    interleave3(c0, c1, c2, x, y, z);
+    const __m128i xy = _mm_packs_epi32((__m128i)x, (__m128i)y), zz = _mm_packs_epi32((__m128i)z, (__m128i)z);
+    const B b = (B)_mm_packus_epi16(xy, zz);
+#else
+    B b{};
+    auto sat = [](int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); };
+    for (int i = 0; i < kBytes / 4; ++i) {
+        b[3 * i] = sat(c0[i]);
+        b[3 * i + 1] = sat(c1[i]);
+        b[3 * i + 2] = sat(c2[i]);
+    }
+#endif
+    return b;
+}
+
+// pack_byte_pixels stored at p; writes exactly the 3 × lanes<int32_t> bytes.
+inline void store_byte_pixels(uint8_t* p, vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
+    const vec<uint8_t> b = pack_byte_pixels(c0, c1, c2);
+    store(p, lower_half(b));
+    store(p + kBytes / 2, lower_half(upper_half(b)));
+}
+
 }  // namespace lum::prim::LUM_ISA::simd

@@ -22,7 +22,10 @@ enum element_shape : int32_t { element_rectangle = 0, element_ellipse = 2 };
 int8_t build_element(int32_t shape, int32_t width, int32_t height, uint8_t* element) {
     switch (shape) {
         case element_rectangle:
-            if (width > 0 && height > 0) return map_status(prim::set_8u_c1(255, element, width, {width, height}));
+            if (width > 0 && height > 0) {
+                const uint8_t inside = 255;
+                return map_status(prim::fill<uint8_t>(element, width, {width, height}, &inside, 1));
+            }
             return ok;
         case element_ellipse:
             if (!element || width <= 0 || height <= 0) return ok;
