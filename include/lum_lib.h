@@ -59,9 +59,8 @@ LUM_API int8_t  lum_destroy_image(int32_t image);
 /* Allocates a zeroed buffer: step = bytes/sample * ((width & ~15) + 16) * channels.
  * -3 bad valid bits (16u: 9..16, 8u: at most 8), -65 channels not 1 or 3, -8 no memory. */
 LUM_API int8_t  lum_init_image(int32_t image, int32_t width, int32_t height, lum_data_format format, lum_channels channels, int32_t valid_bits);
-/* Borrows the caller's buffer described by info; the library never frees it. A 16-bit or float buffer
- * whose start or step is not a whole number of samples is accepted here, but the operations' kernels
- * refuse it before reading (-5, after the message with primitive status -16). */
+/* Borrows the caller's buffer described by info; the library never frees it. The buffer may start at
+ * any address and step by any number of bytes (16-bit and float samples need not be aligned). */
 LUM_API int8_t  lum_init_image_ex(int32_t image, const lum_info* info);
 /* Copies the image's description into info. */
 LUM_API int8_t  lum_get_info(int32_t image, lum_info* info);

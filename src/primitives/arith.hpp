@@ -49,6 +49,6 @@ LUM_KERNEL(accumulate, (class S), (S), int(const S* s, int s_step, float* acc, i
 
 // In place natural logarithm; ln 0 = −inf and ln of a negative sample or NaN
 // is NaN, either giving the warning st_domain.
-LUM_PRIMITIVE_ANY(ln_32f, int(float* src_dst, int step, Size size))
+LUM_PRIMITIVE(ln_32f, int(float* src_dst, int step, Size size))
 
 }  // namespace lum::prim

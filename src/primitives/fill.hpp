@@ -8,14 +8,14 @@
 namespace lum::prim {
 
 // Byte run: value, start, length.
-LUM_PRIMITIVE_ANY(fill_bytes, int(uint8_t value, uint8_t* dst, int32_t length))
+LUM_PRIMITIVE(fill_bytes, int(uint8_t value, uint8_t* dst, int32_t length))
 
 // Every sample becomes the value of its channel; `values` holds `channels`
 // (1 or 3) values in channel order.
 LUM_KERNEL(fill, (class T), (T), int(T* dst, int step, Size size, const T* values, int channels))
 
 // Copies a region of size.width bytes per row; a row may overlap its source.
-LUM_PRIMITIVE_ANY(copy_bytes, int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size))
+LUM_PRIMITIVE(copy_bytes, int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size))
 
 // In place: every sample greater than its channel's threshold becomes its
 // channel's value; `thresholds` and `values` hold `channels` (1 or 3) each.

@@ -62,7 +62,7 @@ constexpr int64_t value_count_work_bytes() {
 // FLT_EPSILON of 0 or 1 is skipped and adds nothing to the running class
 // mean; a later bin wins only with a strictly greater variance; a constant
 // region gives 0. Evaluated in single precision. -13 when step < width.
-LUM_PRIMITIVE_ANY(otsu_threshold_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* threshold))
+LUM_PRIMITIVE(otsu_threshold_8u_c1, int(const uint8_t* src, int step, Size size, uint8_t* threshold))
 
 // The same threshold from the 256 value counts of a region. Compiled once.
 uint8_t otsu_threshold_of(const uint32_t* counts);

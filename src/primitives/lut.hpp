@@ -18,7 +18,7 @@ LUM_KERNEL(lut, (class T), (T),
 
 // One channel to three: entry i is the three bytes table[3i .. 3i+2]. The
 // size counts source samples.
-LUM_PRIMITIVE_ANY(lut_8u_c1c3,
+LUM_PRIMITIVE(lut_8u_c1c3,
                   int(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Size size, const uint8_t* table,
                       int bits))
 

@@ -117,30 +117,6 @@ TEST(Dispatch, IndexIsDetectedOnceAndCanBeForced) {
     EXPECT_EQ(lum::prim::compiled_level_for(3), 0);
 }
 
-// An entry declared with LUM_PRIMITIVE (typed accesses at aligned addresses
-// only): a 16-bit region must start on, and step by, whole samples; an empty
-// region keeps the kernel's own status.
-int fill_16u(uint16_t* p, int step, Size size) {
-    if (size.width <= 0 || size.height <= 0) return lum::prim::st_size;
-    for (int y = 0; y < size.height; ++y)
-        for (int x = 0; x < size.width; ++x)
-            reinterpret_cast<uint16_t*>(reinterpret_cast<uint8_t*>(p) + size_t(step) * y)[x] = 7;
-    return 0;
-}
-constexpr lum::prim::Dispatch<int(uint16_t*, int, Size)> aligned_fill{{&fill_16u, &fill_16u, &fill_16u}};
-
-TEST(Dispatch, MisalignedWideRegionsAreRefusedBeforeTheKernel) {
-    alignas(64) uint8_t bytes[256];
-    for (int k = 0; k < 256; ++k) bytes[k] = static_cast<uint8_t>(k);
-    const std::vector<uint8_t> before(bytes, bytes + 256);
-    auto* even = reinterpret_cast<uint16_t*>(bytes);
-    auto* odd = reinterpret_cast<uint16_t*>(bytes + 1);
-    EXPECT_EQ(aligned_fill(odd, 32, {4, 2}), lum::prim::st_misaligned);
-    EXPECT_EQ(aligned_fill(even, 33, {4, 2}), lum::prim::st_misaligned);
-    EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + 256), before);
-    EXPECT_EQ(aligned_fill(odd, 33, {0, 2}), lum::prim::st_size);
-    EXPECT_EQ(aligned_fill(even + 1, 34, {4, 2}), 0);
-}
 
 
 }  // namespace
