@@ -18,7 +18,7 @@ int shift(const S* src, int src_step, D* dst, int dst_step, Size size, uint32_t 
     const bool clears = count >= 8 * sizeof(W);
     const unsigned c = clears ? 0u : count;
     // Lanes of W shifted by c; for bytes, the bits that stay inside their byte.
-    const VW keep = VW{} + static_cast<W>(left ? max_value<W>() << c : max_value<W>() >> c);
+    const VW keep = simd::splat<W>(static_cast<W>(left ? max_value<W>() << c : max_value<W>() >> c));
     auto shifted = [c, keep](VW v) {
         if constexpr (sizeof(W) == 1) return (VW)(left ? (V16)v << c : (V16)v >> c) & keep;
         else return left ? v << c : v >> c;

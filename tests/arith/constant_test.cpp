@@ -64,11 +64,11 @@ TEST(ConstantInPlace, ClampAppliesInTheSamePassAndRefusesAfterWriting) {
     fill<uint8_t>(a, 100);
     sample<uint8_t>(a, 14, 2) = 120;
     const uint8_t ten = 10;
-    const double gain = 1.5;
+    const double gain[3] = {1.5, 1.5, 1.5};  // one multiplier per channel
     ASSERT_EQ(lum_addCI(a, &ten), 0);
     EXPECT_EQ(sample<uint8_t>(a, 0, 0), 110);
     EXPECT_EQ(sample<uint8_t>(a, 14, 2), 127);
-    ASSERT_EQ(lum_mulCI(a, &gain), 0);
+    ASSERT_EQ(lum_mulCI(a, gain), 0);
     EXPECT_EQ(sample<uint8_t>(a, 0, 0), 127);
 
     // 12 valid bits on a lent 8-bit image: the results are written, then the clamp refuses.
@@ -80,7 +80,7 @@ TEST(ConstantInPlace, ClampAppliesInTheSamePassAndRefusesAfterWriting) {
     EXPECT_EQ(lum_addCI(n, &ten), -7);
     EXPECT_EQ(sample<uint8_t>(n, 3, 1), 255);
     fill<uint8_t>(n, 100);
-    EXPECT_EQ(lum_mulCI(n, &gain), -7);
+    EXPECT_EQ(lum_mulCI(n, gain), -7);
     EXPECT_EQ(sample<uint8_t>(n, 3, 1), 150);
 
     // A rectangle's product is clamped with the whole image.

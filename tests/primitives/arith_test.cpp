@@ -414,7 +414,9 @@ TEST(ElementwiseKernels, RefuseEmptyRegionsAndNullPointers) {
     EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {1, 1}, nullptr, 1, 8), st_null);
     EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {0, 1}, none, 3, 8), st_size);
     EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {1, 1}, none, 3, 8), st_null);
-    EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {1, 1}, none, 1, 8), 0);
+    const uint8_t identity[256] = {};
+    const uint8_t* whole[1] = {identity};
+    EXPECT_EQ(lut<uint8_t>(b, 4, b, 4, {1, 1}, whole, 1, 8), 0);
 }
 
 }  // namespace
