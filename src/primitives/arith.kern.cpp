@@ -112,7 +112,7 @@ template <class T, class Op>
 int binary(const T* a, int a_step, const T* b, int b_step, T* d, int d_step, Size size) {
     if (!a || !b || !d) return st_null;
     if (empty_region(size)) return st_size;
-    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+    with_stores_for(bytes_written(int64_t{size.width} * size.height * sizeof(T), d, a, b), [&](auto stores) {
         for (int y = 0; y < size.height; ++y)
             binary_row(row_at(a, a_step, y), row_at(b, b_step, y), row_at(d, d_step, y), size.width,
                        lanes_of_op<Op>{}, stores);
@@ -127,7 +127,7 @@ int constant(const T* s, int s_step, T* d, int d_step, Size size, const T* value
     if (empty_region(size)) return st_size;
     simd::vec<T> k[3];
     channel_constants(values, channels, k);
-    with_stores_for(int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+    with_stores_for(bytes_written(int64_t{size.width} * size.height * sizeof(T), d, s), [&](auto stores) {
         for (int y = 0; y < size.height; ++y)
             constant_row(row_at(s, s_step, y), row_at(d, d_step, y), size.width, k, lanes_of_op<Op>{}, stores);
         if (stores) simd::stream_fence();

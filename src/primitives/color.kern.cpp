@@ -183,7 +183,7 @@ int color_twist(const T* src, int src_step, T* dst, int dst_step, Size size, con
     F m[12];
     for (int i = 0; i < 12; ++i) m[i] = splat(load_one(matrix + i));
     const float limit = float(top);
-    with_stores_for(3 * int64_t{size.width} * size.height * sizeof(T), [&](auto stores) {
+    with_stores_for(bytes_written(3 * int64_t{size.width} * size.height * sizeof(T), dst, src), [&](auto stores) {
         auto level_stores = std::conditional_t<kStreams<T>, decltype(stores), cached_stores>{};
         for (int y = 0; y < size.height; ++y) {
             const T* s = row_at(src, src_step, y);

@@ -96,6 +96,15 @@ using cached_stores = std::false_type;
 using streaming_stores = std::true_type;
 inline constexpr int64_t kStreamingBytes = int64_t{4} << 20;
 
+// The bytes a kernel writes, as with_stores_for weighs them: none when the
+// destination is one of its sources (in place). Those rows were just read
+// into the caches; streaming them out again evicts them and costs about as
+// much as the pass itself.
+template <class... S>
+inline int64_t bytes_written(int64_t bytes, const void* d, const S*... sources) {
+    return ((static_cast<const void*>(sources) == d) || ...) ? 0 : bytes;
+}
+
 // Calls body(cached_stores{}) or body(streaming_stores{}) by the destination's size in bytes.
 template <class Body>
 inline auto with_stores_for(int64_t destination_bytes, Body&& body) {
