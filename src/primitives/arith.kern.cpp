@@ -140,9 +140,13 @@ int binary_clamped(const T* a, int a_step, const T* b, int b_step, T* d, int d_s
     if (!a || !b || !d) return st_null;
     if (empty_region(size)) return st_size;
     const simd::vec<T> high = simd::splat(top);
-    for (int y = 0; y < size.height; ++y)
-        binary_row(row_at(a, a_step, y), row_at(b, b_step, y), row_at(d, d_step, y), size.width,
-                   [high](simd::vec<T> x, simd::vec<T> z) { return simd::min(lanes_of_op<Op>{}(x, z), high); });
+    with_stores_for(bytes_written(int64_t{size.width} * size.height * sizeof(T), d, a, b), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y)
+            binary_row(row_at(a, a_step, y), row_at(b, b_step, y), row_at(d, d_step, y), size.width,
+                       [high](simd::vec<T> x, simd::vec<T> z) { return simd::min(lanes_of_op<Op>{}(x, z), high); },
+                       stores);
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 
@@ -153,9 +157,13 @@ int constant_clamped(const T* s, int s_step, T* d, int d_step, Size size, const 
     simd::vec<T> k[3];
     channel_constants(values, channels, k);
     const simd::vec<T> high = simd::splat(top);
-    for (int y = 0; y < size.height; ++y)
-        constant_row(row_at(s, s_step, y), row_at(d, d_step, y), size.width, k,
-                     [high](simd::vec<T> x, simd::vec<T> c) { return simd::min(lanes_of_op<Op>{}(x, c), high); });
+    with_stores_for(bytes_written(int64_t{size.width} * size.height * sizeof(T), d, s), [&](auto stores) {
+        for (int y = 0; y < size.height; ++y)
+            constant_row(row_at(s, s_step, y), row_at(d, d_step, y), size.width, k,
+                         [high](simd::vec<T> x, simd::vec<T> c) { return simd::min(lanes_of_op<Op>{}(x, c), high); },
+                         stores);
+        if (stores) simd::stream_fence();
+    });
     return st_ok;
 }
 

@@ -13,7 +13,7 @@ int convert(const S* src, int src_step, D* dst, int dst_step, Size size, int rou
     if (rounding != round_zero && rounding != round_nearest) return st_bad_arg;
     constexpr int K = simd::lanes<D> / simd::lanes<std::conditional_t<std::is_floating_point_v<S>, float, S>>;
     using V = simd::vec<S>;
-    for (int y = 0; y < size.height; ++y) {
+    for_each_row(size, dst, src, [&](int y, auto stores) {
         const S* s = row_at(src, src_step, y);
         D* d = row_at(dst, dst_step, y);
         if constexpr (std::is_floating_point_v<S>) {
@@ -22,7 +22,7 @@ int convert(const S* src, int src_step, D* dst, int dst_step, Size size, int rou
                 packing_row<float>(s, d, size.width, [](const V (&p)[K]) {
                     return simd::pack_sat<D>(simd::round_for<D>(p[0]), simd::round_for<D>(p[1]), simd::round_for<D>(p[2]),
                                              simd::round_for<D>(p[3]));
-                });
+                }, stores);
             } else {
                 // Truncation of the lanes clamped to D's range (NaN to 0 by the first clamp).
                 constexpr float top = static_cast<float>(max_value<D>());
@@ -32,16 +32,16 @@ int convert(const S* src, int src_step, D* dst, int dst_step, Size size, int rou
                 };
                 packing_row<float>(s, d, size.width, [truncated](const V (&p)[K]) {
                     return simd::pack_sat<D>(truncated(p[0]), truncated(p[1]), truncated(p[2]), truncated(p[3]));
-                });
+                }, stores);
             }
         } else if constexpr (std::is_floating_point_v<D>) {
-            unary_row<float>(s, d, size.width, [](simd::lanes_of<S, float> v) { return simd::to_float(v); });
+            unary_row<float>(s, d, size.width, [](simd::lanes_of<S, float> v) { return simd::to_float(v); }, stores);
         } else if constexpr (sizeof(D) > sizeof(S)) {
-            unary_row(s, d, size.width, [](simd::lanes_of<S, D> v) { return simd::widen<D>(v); });
+            unary_row(s, d, size.width, [](simd::lanes_of<S, D> v) { return simd::widen<D>(v); }, stores);
         } else {
-            packing_row<S>(s, d, size.width, [](const V (&p)[2]) { return simd::pack_sat<D>(p[0], p[1]); });
+            packing_row<S>(s, d, size.width, [](const V (&p)[2]) { return simd::pack_sat<D>(p[0], p[1]); }, stores);
         }
-    }
+    });
     return st_ok;
 }
 

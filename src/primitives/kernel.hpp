@@ -188,8 +188,16 @@ inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], co
     constexpr int L = simd::lanes<T>;
     int x = 0;
     if constexpr (Stream::value) {
-        // The constants' phase follows the sample index, so the loop keeps its
-        // three-vector step and streams when the row happens to be aligned.
+        // One constant for every sample: any step may start anywhere, so the
+        // row streams after a head that aligns it.
+        if (std::memcmp(&k[0], &k[1], sizeof k[0]) == 0 && std::memcmp(&k[0], &k[2], sizeof k[0]) == 0) {
+            row_steps<L, simd::vec<T>>(d, n, streaming_stores{}, [&](int i, int m) {
+                return op(m == L ? simd::load(s + i) : simd::load_first<simd::vec<T>>(s + i, m), k[0]);
+            });
+            return;
+        }
+        // Otherwise the constants' phase follows the sample index, so the loop
+        // keeps its three-vector step and streams when the row happens to be aligned.
         if (elements_to_alignment<simd::vec<T>>(d) == 0) {
             for (; x + 3 * L <= n; x += 3 * L) {
                 const auto r0 = op(simd::load(s + x), k[0]);
@@ -227,11 +235,11 @@ inline void channel_constants(const T* c, int channels, simd::vec<T> (&k)[3]) {
 // ---- rows of a region
 
 // Calls row(y, stores) for every row of a region whose destination samples
-// are D, with the stores with_stores_for picks for the region's size; streaming
-// stores are fenced before it returns.
+// are D, with the stores with_stores_for picks for the bytes written (none
+// when dst is src, in place); streaming stores are fenced before it returns.
 template <class D, class Row>
-inline void for_each_row(Size size, const Row& row) {
-    with_stores_for(int64_t{size.width} * size.height * int64_t(sizeof(D)), [&](auto stores) {
+inline void for_each_row(Size size, const D* dst, const void* src, const Row& row) {
+    with_stores_for(bytes_written(int64_t{size.width} * size.height * int64_t(sizeof(D)), dst, src), [&](auto stores) {
         for (int y = 0; y < size.height; ++y) row(y, stores);
         if (stores) simd::stream_fence();
     });

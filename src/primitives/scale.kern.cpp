@@ -60,19 +60,21 @@ int scale(const S* src, int src_step, D* dst, int dst_step, Size size, double a,
         // through double equals the sum rounded once: 53 ≥ 2 × 24 + 2).
         if ((b == 0.0 && double(float(a)) == a) || (a == 1.0 && double(float(b)) == b)) {
             const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
-            for (int y = 0; y < size.height; ++y)
+            for_each_row(size, dst, src, [&](int y, auto stores) {
                 unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
-                                 [av, bv](simd::lanes_of<S, float> s) { return as_float(s) * av + bv; });
+                                 [av, bv](simd::lanes_of<S, float> s) { return as_float(s) * av + bv; }, stores);
+            });
             return st_ok;
         }
         if constexpr (simd::has_fma && !std::is_floating_point_v<S>) {
             if (exact_in_double<S>(a, b)) {
                 const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
-                for (int y = 0; y < size.height; ++y)
+                for_each_row(size, dst, src, [&](int y, auto stores) {
                     unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
                                      [av, bv](simd::lanes_of<S, float> s) {
                                          return simd::fused_multiply_add(simd::to_float(s), av, bv);
-                                     });
+                                     }, stores);
+                });
                 return st_ok;
             }
         }
@@ -81,24 +83,26 @@ int scale(const S* src, int src_step, D* dst, int dst_step, Size size, double a,
         auto half = [av, bv](auto s) {
             return __builtin_convertvector(simd::to_double(s) * av + bv, simd::lanes_of<float, double>);
         };
-        for (int y = 0; y < size.height; ++y)
+        for_each_row(size, dst, src, [&](int y, auto stores) {
             unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
                              [half](simd::lanes_of<S, float> s) {
                                  const auto w = as_32_bits(s);
                                  return simd::join(half(simd::part<2, 0>(w)), half(simd::part<2, 1>(w)));
-                             });
+                             }, stores);
+        });
     } else {
         const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
-        constexpr int K = simd::lanes<D> / simd::lanes<float>;
+        static constexpr int K = simd::lanes<D> / simd::lanes<float>;
         auto rounded = [av, bv](auto s) { return simd::round_for<D>(as_float(s) * av + bv); };
-        for (int y = 0; y < size.height; ++y)
+        for_each_row(size, dst, src, [&](int y, auto stores) {
             packing_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
                                [rounded](const simd::lanes_of<S, float> (&s)[K]) {
                                    if constexpr (K == 4)
                                        return simd::pack_sat<D>(rounded(s[0]), rounded(s[1]), rounded(s[2]), rounded(s[3]));
                                    else
                                        return simd::pack_sat<D>(rounded(s[0]), rounded(s[1]));
-                               });
+                               }, stores);
+        });
     }
     return st_ok;
 }

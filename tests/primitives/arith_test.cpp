@@ -7,7 +7,9 @@
 
 #include "primitives/arith.hpp"
 #include "primitives/arith_const.hpp"
+#include "primitives/convert.hpp"
 #include "primitives/lut.hpp"
+#include "primitives/scale.hpp"
 #include "primitives/shift.hpp"
 #include "support/regions.hpp"
 #include "support/support.hpp"
@@ -109,12 +111,30 @@ TEST(ElementwiseKernels, LargeRegionsGiveWhatSmallOnesGive) {
         Region<uint8_t> d = canvas, f = canvas;
         ASSERT_EQ((lum::prim::binary<uint8_t, op::add>(a.data(), a.step, b.data(), b.step, d.data(), d.step, d.size())), 0);
         ASSERT_EQ((lum::prim::constant<uint8_t, op::sub>(a.data(), a.step, f.data(), f.step, f.size(), c, 3)), 0);
+        Region<uint8_t> g = canvas;  // one constant: rows stream from their aligned head
+        ASSERT_EQ((lum::prim::constant<uint8_t, op::add>(a.data(), a.step, g.data(), g.step, g.size(), c + 1, 1)), 0);
         for (int y = 0; y < h; y += 37)
             for (int i = 0; i < w; ++i) {
                 ASSERT_EQ(d.get(i, y), std::min(255, a.get(i, y) + b.get(i, y))) << i << "," << y;
                 ASSERT_EQ(f.get(i, y), std::max(0, a.get(i, y) - c[i % 3])) << i << "," << y;
+                ASSERT_EQ(g.get(i, y), std::min(255, a.get(i, y) + c[1])) << i << "," << y;
             }
+        ASSERT_EQ(g.bytes.back(), canvas.bytes.back());
         ASSERT_EQ(d.bytes.back(), canvas.bytes.back());  // nothing written past the region
+        // Widening and scaling stream as well; scaling in place keeps its stores cached.
+        Region<uint16_t> wide(w, h, 13);
+        Region<uint8_t> scaled = canvas, in_place = a;
+        ASSERT_EQ((lum::prim::convert<uint8_t, uint16_t>(a.data(), a.step, wide.data(), wide.step, wide.size(),
+                                                          lum::prim::round_nearest)), 0);
+        ASSERT_EQ((lum::prim::scale<uint8_t, uint8_t>(a.data(), a.step, scaled.data(), scaled.step, a.size(), 2.0, 1.0)), 0);
+        ASSERT_EQ((lum::prim::scale<uint8_t, uint8_t>(in_place.data(), in_place.step, in_place.data(), in_place.step,
+                                                      a.size(), 2.0, 1.0)), 0);
+        for (int y = 0; y < h; y += 41)
+            for (int i = 0; i < w; ++i) {
+                ASSERT_EQ(wide.get(i, y), a.get(i, y)) << i << "," << y;
+                ASSERT_EQ(scaled.get(i, y), std::min(255, 2 * a.get(i, y) + 1)) << i << "," << y;
+                ASSERT_EQ(in_place.get(i, y), scaled.get(i, y)) << i << "," << y;
+            }
         // 16-bit rows on their own boundary stream; rows off it keep the plain stores.
         for (const auto* pair : {&a16, &odd_a16}) {
             const Region<uint16_t>& x = *pair;
