@@ -655,7 +655,18 @@ inline V reverse(V v) {
 template <class V, class I>
 inline V lookup2(V lo, V hi, I idx) {
     static_assert(sizeof(I) == sizeof(V) && sizeof(element_t<I>) == sizeof(element_t<V>));
+#if defined(__clang__)
+    // Clang (the fuzzing build) has no two-source variable shuffle builtin.
+    constexpr int n = static_cast<int>(sizeof(V) / sizeof(element_t<V>));
+    V r;
+    for (int k = 0; k < n; ++k) {
+        const int j = static_cast<int>(idx[k]) & (2 * n - 1);
+        r[k] = j < n ? lo[j] : hi[j - n];
+    }
+    return r;
+#else
     return __builtin_shuffle(lo, hi, idx);
+#endif
 }
 
 // Lane i of the result is base[idx[i]]: elements at any address, 32-bit
