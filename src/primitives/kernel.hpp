@@ -186,6 +186,15 @@ inline void unary_row(const S* s, D* d, int n, const Op& op, Stream stream = {})
 template <class T, class Op, class Stream = cached_stores>
 inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], const Op& op, Stream = {}) {
     constexpr int L = simd::lanes<T>;
+    // Three vectors from x, one per constant, all computed before put stores them.
+    auto three = [&](int x, auto put) {
+        const auto r0 = op(simd::load(s + x), k[0]);
+        const auto r1 = op(simd::load(s + x + L), k[1]);
+        const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
+        put(d + x, r0);
+        put(d + x + L, r1);
+        put(d + x + 2 * L, r2);
+    };
     int x = 0;
     if constexpr (Stream::value) {
         // One constant for every sample: any step may start anywhere, so the
@@ -198,25 +207,10 @@ inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], co
         }
         // Otherwise the constants' phase follows the sample index, so the loop
         // keeps its three-vector step and streams when the row happens to be aligned.
-        if (elements_to_alignment<simd::vec<T>>(d) == 0) {
-            for (; x + 3 * L <= n; x += 3 * L) {
-                const auto r0 = op(simd::load(s + x), k[0]);
-                const auto r1 = op(simd::load(s + x + L), k[1]);
-                const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
-                simd::stream(d + x, r0);
-                simd::stream(d + x + L, r1);
-                simd::stream(d + x + 2 * L, r2);
-            }
-        }
+        if (elements_to_alignment<simd::vec<T>>(d) == 0)
+            for (; x + 3 * L <= n; x += 3 * L) three(x, [](T* p, simd::vec<T> v) { simd::stream(p, v); });
     }
-    for (; x + 3 * L <= n; x += 3 * L) {
-        const auto r0 = op(simd::load(s + x), k[0]);
-        const auto r1 = op(simd::load(s + x + L), k[1]);
-        const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
-        simd::store(d + x, r0);
-        simd::store(d + x + L, r1);
-        simd::store(d + x + 2 * L, r2);
-    }
+    for (; x + 3 * L <= n; x += 3 * L) three(x, [](T* p, simd::vec<T> v) { simd::store(p, v); });
     for (int j = 0; x < n; x += L, ++j) {
         const int m = n - x;
         simd::store_first(d + x, op(simd::load_first<simd::vec<T>>(s + x, m), k[j]), m);
