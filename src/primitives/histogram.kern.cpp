@@ -117,7 +117,7 @@ void histogram_float(const float* src, int step, Size size, uint32_t* counts, co
         return;
     }
     uint32_t* hist = reinterpret_cast<uint32_t*>(buffer);  // bins, then one for samples outside
-    int32_t* index = reinterpret_cast<int32_t*>(buffer + align64((bins + 1) * 4));
+    int32_t* index = reinterpret_cast<int32_t*>(buffer + align64(int64_t{bins + 1} * 4));
     for (int64_t k = 0; k <= bins; ++k) hist[k] = 0;
     const double scale = divisor / range;
     const int32_t miss = static_cast<int32_t>(bins);

@@ -48,8 +48,6 @@ inline T max_of(T a, T b) { return a < b ? b : a; }
 template <class T>
 constexpr int64_t max_value() { return (int64_t(1) << (8 * sizeof(T))) - 1; }
 
-constexpr int64_t align64(int64_t n) { return (n + 63) & ~int64_t(63); }
-
 // Adding 1.5 × 2^23 to a float of magnitude below 2^22 leaves it rounded to
 // an integer (halves to even) in the low mantissa bits.
 constexpr float kRoundMagic = 12582912.0f;

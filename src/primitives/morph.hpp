@@ -38,7 +38,6 @@ inline int64_t ceil_pow2(int64_t v) {
     while (p < v) p <<= 1;
     return p;
 }
-inline int64_t align64(int64_t n) { return (n + 63) & ~int64_t(63); }
 inline int64_t element_bytes(Size mask) {
     return align64(4 * (int64_t{mask.height} + 1)) + align64(8 * int64_t{mask.width} * mask.height);
 }

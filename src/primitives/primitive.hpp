@@ -9,6 +9,15 @@
 
 namespace lum::prim {
 
+// n rounded up to a multiple of 64 bytes: parts of a work buffer each start
+// on a cache line. 64-bit counts only, signed or unsigned as the caller
+// computes them, so that the rounding itself cannot overflow a narrower type.
+template <class I>
+constexpr I align64(I n) {
+    static_assert(sizeof(I) == 8, "byte counts of 64 bits");
+    return (n + 63) & ~I(63);
+}
+
 // Region size in pixels, passed as one 64-bit value (width low, height high).
 struct Size {
     int32_t width;

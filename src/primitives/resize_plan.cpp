@@ -16,8 +16,6 @@ namespace {
 
 constexpr int64_t kLargestBlock = 0x7FFFFFC0;
 
-int64_t align64(int64_t n) { return (n + 63) & ~int64_t(63); }
-
 int taps_for(int interpolation) {
     return interpolation == resize_nearest ? 1 : interpolation == resize_lanczos ? 6 : 2;
 }
@@ -28,7 +26,7 @@ bool sizes_ok(Size src, Size dst) { return src.width > 0 && src.height > 0 && ds
 // per tap and destination index. Sizes beyond the largest block are refused
 // on this measure, whatever the tables below need.
 int64_t classic_bytes(Size dst, int taps) {
-    return align64(64) + 2 * align64(int64_t(dst.width) * taps * 4) + 2 * align64(int64_t(dst.height) * taps * 4);
+    return 64 + 2 * align64(int64_t(dst.width) * taps * 4) + 2 * align64(int64_t(dst.height) * taps * 4);
 }
 
 // Bytes of one axis's tables; `at` is advanced past them and the offsets recorded.

@@ -27,8 +27,6 @@ LUM_KERNEL(watershed, (class T), (T),
 namespace watershed_layout {
 constexpr uint32_t kNone = 0xFFFFFFFFu;
 
-inline uint64_t align64(uint64_t n) { return (n + 63) & ~uint64_t(63); }
-
 inline uint64_t grid_cells(Size size) {
     return (static_cast<uint64_t>(size.width) + 2) * (static_cast<uint64_t>(size.height) + 2);
 }
