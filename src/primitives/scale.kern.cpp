@@ -40,13 +40,6 @@ bool exact_in_double(double a, double b) {
     return low == INT_MAX || high - low + 1 <= 53;
 }
 
-// Samples as 32-bit lanes, integers widened (for conversion to double).
-template <class V>
-inline auto as_32_bits(V v) {
-    if constexpr (sizeof(simd::element_t<V>) == 4) return v;
-    else return (simd::lanes_of<int32_t, float>)simd::widen<uint32_t>(v);
-}
-
 }  // namespace
 
 template <class S, class D>
@@ -78,17 +71,16 @@ int scale(const S* src, int src_step, D* dst, int dst_step, Size size, double a,
                 return st_ok;
             }
         }
-        // Two halves in double lanes, stored as one whole vector of floats.
+        // Steps of one double vector: its floats load, convert, multiply, add,
+        // convert back and store in single instructions, with no shuffles to
+        // split and join whole vectors of floats.
         const auto av = simd::splat(a), bv = simd::splat(b);
-        auto half = [av, bv](auto s) {
-            return __builtin_convertvector(simd::to_double(s) * av + bv, simd::lanes_of<float, double>);
-        };
         for_each_row(size, dst, src, [&](int y, auto stores) {
-            unary_row<float>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
-                             [half](simd::lanes_of<S, float> s) {
-                                 const auto w = as_32_bits(s);
-                                 return simd::join(half(simd::part<2, 0>(w)), half(simd::part<2, 1>(w)));
-                             }, stores);
+            unary_row<double>(row_at(src, src_step, y), row_at(dst, dst_step, y), size.width,
+                              [av, bv](simd::lanes_of<S, double> s) {
+                                  return __builtin_convertvector(simd::to_double(s) * av + bv,
+                                                                 simd::lanes_of<float, double>);
+                              }, stores);
         });
     } else {
         const auto av = simd::splat(static_cast<float>(a)), bv = simd::splat(static_cast<float>(b));
