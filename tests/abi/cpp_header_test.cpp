@@ -1,6 +1,6 @@
 // The C++ header lum_lib.hpp as a C++17 host uses it, over the shared library:
 // ownership of handles (no leak, no double destruction, borrowed buffers left
-// to their owner), exceptions carrying the status, the enums against the C
+// to their owner), exceptions carrying the status, the enums reaching the C
 // codes they stand for, and contour sets released on every path.
 #include <lum_lib.hpp>
 
@@ -17,17 +17,6 @@ static_assert(!std::is_copy_assignable_v<lum::image>, "an owning handle must not
 static_assert(std::is_nothrow_move_constructible_v<lum::image> && std::is_nothrow_move_assignable_v<lum::image>,
               "lum::image moves, so vectors of images grow without copies");
 static_assert(std::is_base_of_v<std::exception, lum::error>);
-
-static_assert(lum::code(lum::interpolation::nearest) == 1 && lum::code(lum::interpolation::linear) == 2 &&
-              lum::code(lum::interpolation::lanczos) == 16);
-static_assert(lum::code(lum::morph_shape::rectangle) == 0 && lum::code(lum::morph_shape::ellipse) == 2);
-static_assert(lum::code(lum::morph_operation::open) == 2 && lum::code(lum::morph_operation::close) == 3);
-static_assert(lum::code(lum::mirror_axis::up_down) == 0 && lum::code(lum::mirror_axis::left_right) == 1 &&
-              lum::code(lum::mirror_axis::both) == 2);
-static_assert(lum::code(lum::projection_direction::pixels) == 0 && lum::code(lum::projection_direction::rows) == 1 &&
-              lum::code(lum::projection_direction::columns) == 2);
-static_assert(lum::code(lum::mask_shape::rectangle) == 0u && lum::code(lum::mask_shape::ellipse) == 1u &&
-              lum::code(lum::mask_shape::polygon) == 2u);
 
 namespace {
 

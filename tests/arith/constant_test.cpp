@@ -139,27 +139,3 @@ TEST(SubC, WritesTheDestinationAndComparesLayouts) {
 }
 
 }  // namespace
-
-namespace {
-
-// A caller's 16-bit buffer may start at an odd address and step an odd number of bytes.
-TEST(AddCI, WorksOnA16BitBufferAtAnOddAddress) {
-    const int w = 37, h = 3, step = 2 * w + 3;
-    std::vector<uint8_t> bytes(1 + size_t(step) * h);
-    const uint16_t hundred = 100;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) std::memcpy(&bytes[1 + size_t(y) * step + 2 * x], &hundred, 2);
-    lum_info info{w, h, 0, 0, uint32_t(step), lum_fmt_16u, 12, lum_gray, bytes.data() + 1};
-    Image im;
-    ASSERT_EQ(lum_init_image_ex(im, &info), 0);
-    const uint16_t five = 5;
-    ASSERT_EQ(lum_addCI(im, &five), 0);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            uint16_t v;
-            std::memcpy(&v, &bytes[1 + size_t(y) * step + 2 * x], 2);
-            ASSERT_EQ(v, 105) << x << "," << y;
-        }
-}
-
-}  // namespace

@@ -137,18 +137,6 @@ TEST(ImgPhysicalSize, NegativeRefusedZeroAndNanAccepted) {
     EXPECT_EQ(a.set_physical_size(std::numeric_limits<float>::quiet_NaN(), 1.0f), 0);
 }
 
-TEST(ImgAssign, CopiesAllTenFieldsIncludingTheBuffer) {
-    img a;
-    ASSERT_EQ(a.init(20, 3, lum_fmt_8u, lum_color, 7), 0);
-    img b;
-    b = a;
-    EXPECT_EQ(b.get_frame_buf(), a.get_frame_buf());
-    EXPECT_EQ(b.ownership, 1);
-    EXPECT_EQ(b.get_valid_bits(), 7u);
-    EXPECT_EQ(b.get_channels(), lum_color);
-    b.ownership = 0;  // only one of the two may release the shared buffer
-}
-
 TEST(AlignedAlloc, AlignsAndRefusesNonPositiveAndOverflowingSizes) {
     for (int64_t n : {1, 63, 64, 1000}) {
         void* p = lum::aligned_alloc64(n);

@@ -645,51 +645,46 @@ TEST(ExpandContour, StatusCodes) {
 
 // ---------------------------------------------------------------- vertical runs
 
-TEST(VlineContour, CornersOfASquare) {
-    const lum_point p[] = {{1, 1}, {3, 1}, {3, 3}, {1, 3}};
-    const lum_rect r{0, 0, 5, 5};
-    int32_t runs[16];
-    uint32_t written = 0;
-    lum_vline_contour(p, 4, &r, runs, &written);
-    ASSERT_EQ(written, 6u);
-    EXPECT_EQ(std::vector<int32_t>(runs, runs + 6), (std::vector<int32_t>{3, 1, 3, 2, 2, 3}));
-}
+TEST(VlineContour, HandWorkedRuns) {
+    constexpr int32_t kAny = INT32_MIN;
+    struct Case {
+        const char* what;
+        std::vector<lum_point> points;
+        lum_rect rect;
+        std::vector<int32_t> runs;  // the runs, then the centroid and the area
+    };
+    const Case cases[] = {
+        {"corners of a square", {{1, 1}, {3, 1}, {3, 3}, {1, 3}}, {0, 0, 5, 5}, {3, 1, 3, 2, 2, 3}},
+        // The boundary of the 4 x 4 square at (2, 2) as the tracer orders it; centroid 42 / 12 = 3.5
+        // in both axes, rounded away from zero.
+        {"traced square",
+         {{2, 2}, {2, 3}, {2, 4}, {2, 5}, {3, 5}, {4, 5}, {5, 5}, {5, 4}, {5, 3}, {5, 2}, {4, 2}, {3, 2}},
+         {1, 0, 8, 8},
+         {3, 2, 5, 4, 2, 5, 5, 2, 5, 4, 4, 12}},
+        {"negative centroid", {{-4, 0}, {-3, 0}}, {-5, -2, 5, 5}, {-3, 0, 0, -4, 0, 1}},
+        // Column 2 receives one entry, which has no partner and is dropped.
+        {"unpaired entry", {{1, 0}, {2, 4}, {3, 5}}, {0, 0, 5, 8}, {3, 5, 5, 2, 3, 1}},
+        // Runs spanning most of the 32-bit range: the area saturates, nothing overflows.
+        {"huge runs", {{1, -2000000000}, {2, -2000000000}, {2, 2000000000}, {1, 2000000000}}, {0, 0, 5, 5},
+         {2, -2000000000, 2000000000, kAny, kAny, INT32_MAX}},
+    };
+    for (const Case& c : cases) {
+        int32_t runs[32];
+        uint32_t written = 0;
+        lum_vline_contour(c.points.data(), int32_t(c.points.size()), &c.rect, runs, &written);
+        ASSERT_EQ(written, c.runs.size()) << c.what;
+        for (size_t k = 0; k < c.runs.size(); ++k)
+            if (c.runs[k] != kAny) EXPECT_EQ(runs[k], c.runs[k]) << c.what << ", entry " << k;
+    }
 
-TEST(VlineContour, TracedSquareGivesRunsRightOfItsLeftColumn) {
-    // The boundary of the 4 x 4 square at (2, 2) as the tracer orders it.
-    const lum_point p[] = {{2, 2}, {2, 3}, {2, 4}, {2, 5}, {3, 5}, {4, 5},
-                           {5, 5}, {5, 4}, {5, 3}, {5, 2}, {4, 2}, {3, 2}};
-    const lum_rect r{1, 0, 8, 8};
-    int32_t runs[32];
-    uint32_t written = 0;
-    lum_vline_contour(p, 12, &r, runs, &written);
-    ASSERT_EQ(written, 12u);
-    // Centroid 42 / 12 = 3.5 in both axes, rounded away from zero.
-    EXPECT_EQ(std::vector<int32_t>(runs, runs + 12), (std::vector<int32_t>{3, 2, 5, 4, 2, 5, 5, 2, 5, 4, 4, 12}));
-}
-
-TEST(VlineContour, NegativeCentroidUnpairedEntryAndEmptyInput) {
+    // Empty input or a missing array: nothing written.
     const lum_point line[] = {{-4, 0}, {-3, 0}};
     const lum_rect r{-5, -2, 5, 5};
     int32_t runs[16];
-    uint32_t written = 0;
-    lum_vline_contour(line, 2, &r, runs, &written);
-    ASSERT_EQ(written, 6u);
-    EXPECT_EQ(std::vector<int32_t>(runs, runs + 6), (std::vector<int32_t>{-3, 0, 0, -4, 0, 1}));
-
-    // Column 2 receives one entry, which has no partner and is dropped.
-    const lum_point open[] = {{1, 0}, {2, 4}, {3, 5}};
-    const lum_rect wide{0, 0, 5, 8};
-    lum_vline_contour(open, 3, &wide, runs, &written);
-    ASSERT_EQ(written, 6u);
-    EXPECT_EQ(std::vector<int32_t>(runs, runs + 6), (std::vector<int32_t>{3, 5, 5, 2, 3, 1}));
-
-    written = 99;
+    uint32_t written = 99;
     runs[0] = 77;
     lum_vline_contour(line, 0, &r, runs, &written);
     EXPECT_EQ(written, 0u);
-    EXPECT_EQ(runs[0], 77);
-
     written = 99;
     lum_vline_contour(nullptr, 2, &r, runs, &written);
     lum_vline_contour(line, 2, &r, nullptr, &written);
@@ -697,24 +692,6 @@ TEST(VlineContour, NegativeCentroidUnpairedEntryAndEmptyInput) {
     lum_vline_contour(line, 2, &r, runs, nullptr);
     EXPECT_EQ(written, 99u);
     EXPECT_EQ(runs[0], 77);
-}
-
-}  // namespace
-
-namespace {
-
-// Runs spanning most of the 32-bit range: the area saturates, nothing overflows.
-TEST(VerticalRunsLimits, HugeRunsSaturateTheArea) {
-    const lum_point square[4] = {{1, -2000000000}, {2, -2000000000}, {2, 2000000000}, {1, 2000000000}};
-    const lum_rect r{0, 0, 5, 5};
-    int32_t runs[12] = {};
-    uint32_t written = 0;
-    lum_vline_contour(square, 4, &r, runs, &written);
-    ASSERT_EQ(written, 6u);
-    EXPECT_EQ(runs[0], 2);
-    EXPECT_EQ(runs[1], -2000000000);
-    EXPECT_EQ(runs[2], 2000000000);
-    EXPECT_EQ(runs[5], INT32_MAX);
 }
 
 }  // namespace
