@@ -1,7 +1,9 @@
 // Image statistics by handle: check order and codes, the one-channel reading
 // of the sum, totals beyond 32 bits, per-channel extremes, which image
 // receives max/min every, and the silent success for 16s and 32f.
+#include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include "support/support.hpp"
 
@@ -148,6 +150,35 @@ TEST(ImageStats, MaxMinEveryWritesTheThirdImage) {
     EXPECT_EQ(lum_img_max_every(c1, c2, other), -4);
     EXPECT_EQ(lum_img_max_every(c1, c2, f3), -4);
     EXPECT_EQ(lum_img_max_every(c1, c2, blank), -64);
+}
+
+}  // namespace
+
+namespace {
+
+// A lent 100 x 10 buffer of exactly 500 bytes stepping 50: a whole-image read
+// would leave it, so every measurement refuses with -2 before reading a row
+// (under AddressSanitizer a read past the 500 bytes fails the test), while a
+// rectangle inside the buffer is measured.
+TEST(CallerBuffers, MeasurementsStayInsideRowsTimesStepBytes) {
+    auto bytes = std::make_unique<uint8_t[]>(500);
+    std::fill_n(bytes.get(), 500, uint8_t{3});
+    lum_info info{100, 10, 0.0f, 0.0f, 50, lum_fmt_8u, 8, lum_gray, bytes.get()};
+    Image lent;
+    ASSERT_EQ(lum_init_image_ex(lent, &info), 0);
+    double s = -1, m, d;
+    uint8_t lo, hi;
+    int32_t t;
+    std::vector<uint32_t> counts(16);
+    EXPECT_EQ(lum_sum(lent, &s), -2);
+    EXPECT_EQ(s, -1);
+    EXPECT_EQ(lum_img_min_max(lent, &lo, &hi), -2);
+    EXPECT_EQ(lum_img_mean_stddev(lent, &m, &d), -2);
+    EXPECT_EQ(lum_histogram(lent, 0, 256, counts.data(), 16), -2);
+    EXPECT_EQ(lum_otsu_get_threshold(lent, &t), -2);
+    const lum_rect inside{0, 0, 50, 10};
+    ASSERT_EQ(lum_sum_rect(lent, &inside, &s), 0);
+    EXPECT_EQ(s, 3.0 * 500);
 }
 
 }  // namespace
