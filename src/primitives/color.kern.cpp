@@ -4,11 +4,14 @@
 // and colour results go back interleaved. 8-bit pixels move between bytes and
 // 32-bit planes by byte shuffles inside 16-byte lanes (load_byte_pixels,
 // store_byte_pixels); 16-bit samples are widened as they lie and taken apart
-// as 32-bit lanes.
+// as 32-bit lanes. The twist takes whole groups of blocks where that saves
+// shuffles (kGroupBlocks).
 // Per pixel the twist costs 9 products and 9 sums, the grey conversion 3 and
-// 2, plus a dozen shuffles per block: the kernels run near the memory's speed.
+// 2, plus a few shuffles: the arithmetic, not the shuffles, sets the pace.
 #include "primitives/color.hpp"
 #include "primitives/kernel.hpp"
+
+#include <algorithm>
 
 namespace lum::prim::LUM_ISA {
 
@@ -88,28 +91,60 @@ inline void load_float_planes(const T* p, int pixels, F& c0, F& c1, F& c2) {
     c2 = simd::convert<float>(i2);
 }
 
-// Float planes rounded half to even, saturated to [0, top] (NaN to 0) and
-// stored as `pixels` interleaved pixels at p; nothing past them is written.
+// A float plane rounded half to even and saturated to [0, limit] (NaN to 0)
+// on its way to T samples. Where the packs that follow saturate below 0 (and
+// NaN's INT32_MIN) themselves, only the top is clamped here.
+template <bool PackSaturates>
+inline I round_samples(F c, F limit) {
+    if constexpr (PackSaturates) return simd::round_even(simd::min_keep_nan(c, limit));
+    else return simd::round_even(simd::clamp_float(c, F{}, limit));
+}
+
+// Float planes rounded and saturated to [0, top] and stored as `pixels`
+// interleaved pixels at p; nothing past them is written.
 template <class T, class Stream>
 inline void store_sample_planes(T* p, int pixels, F c0, F c1, F c2, float top, Stream stores) {
-    const F zero{}, limit = splat(top);
-    I i0, i1, i2;
-    if constexpr (sizeof(T) == 1) {
-        // The byte packs saturate below 0 (and NaN's INT32_MIN) themselves.
-        i0 = simd::round_even(simd::min_keep_nan(c0, limit));
-        i1 = simd::round_even(simd::min_keep_nan(c1, limit));
-        i2 = simd::round_even(simd::min_keep_nan(c2, limit));
-    } else {
-        i0 = simd::round_even(simd::clamp_float(c0, zero, limit));
-        i1 = simd::round_even(simd::clamp_float(c1, zero, limit));
-        i2 = simd::round_even(simd::clamp_float(c2, zero, limit));
-    }
+    const F limit = splat(top);
+    constexpr bool saturates = sizeof(T) == 1;
+    const I i0 = round_samples<saturates>(c0, limit), i1 = round_samples<saturates>(c1, limit),
+            i2 = round_samples<saturates>(c2, limit);
     if (pixels >= kBlockPixels) {
         store_pixels(p, i0, i1, i2, stores);
     } else {
         T part[3 * kBlockPixels];
         store_pixels(part, i0, i1, i2, cached_stores{});
         std::memcpy(p, part, 3 * sizeof(T) * static_cast<size_t>(pixels));
+    }
+}
+
+// Blocks taken together so that their 3 × kBytes bytes are three whole
+// vectors and fewer shuffles reach each pixel: four byte blocks, each brought
+// to its lanes by one two-source shuffle (where the level has byte shuffles),
+// or two 16-bit blocks taken apart as 32-bit lanes of sample pairs.
+template <class T>
+constexpr int kGroupBlocks = sizeof(T) == 2 ? 2 : simd::kBytes >= 32 ? 4 : 1;
+
+template <class T, int G>
+inline void load_group(const T* p, F (&planes)[G][3]) {
+    I i[G][3];
+    if constexpr (sizeof(T) == 1) simd::load_byte_pixels4(p, i);
+    else simd::load_word_pixels2(p, i);
+    for (int k = 0; k < G; ++k)
+        for (int ch = 0; ch < 3; ++ch) planes[k][ch] = simd::convert<float>(i[k][ch]);
+}
+
+template <class T, int G, class Stream>
+inline void store_group(T* p, const F (&planes)[G][3], float top, Stream) {
+    const F limit = splat(top);
+    I i[G][3];
+    for (int k = 0; k < G; ++k)
+        for (int ch = 0; ch < 3; ++ch) i[k][ch] = round_samples<true>(planes[k][ch], limit);
+    simd::vec<T> out[3];
+    if constexpr (sizeof(T) == 1) simd::pack_byte_pixels4(i, out);
+    else simd::pack_word_pixels2(i, out);
+    for (int m = 0; m < 3; ++m) {
+        if constexpr (Stream::value) simd::stream(p + m * simd::lanes<T>, out[m]);
+        else simd::store(p + m * simd::lanes<T>, out[m]);
     }
 }
 
@@ -183,18 +218,37 @@ int color_twist(const T* src, int src_step, T* dst, int dst_step, Size size, con
     F m[12];
     for (int i = 0; i < 12; ++i) m[i] = splat(load_one(matrix + i));
     const float limit = float(top);
+    const auto twist = [m](F s0, F s1, F s2, F (&o)[3]) {
+        o[0] = ((m[0] * s0 + m[1] * s1) + m[2] * s2) + m[3];
+        o[1] = ((m[4] * s0 + m[5] * s1) + m[6] * s2) + m[7];
+        o[2] = ((m[8] * s0 + m[9] * s1) + m[10] * s2) + m[11];
+    };
+    constexpr int G = kGroupBlocks<T>;
+    constexpr int kAlign = G == 1 ? kPieceBytes<T> : simd::kBytes;
     with_stores_for(bytes_written(3 * int64_t{size.width} * size.height * sizeof(T), dst, src), [&](auto stores) {
-        auto level_stores = std::conditional_t<kStreams<T>, decltype(stores), cached_stores>{};
+        auto level_stores = std::conditional_t<G == 1 && !kStreams<T>, cached_stores, decltype(stores)>{};
         for (int y = 0; y < size.height; ++y) {
             const T* s = row_at(src, src_step, y);
             T* d = row_at(dst, dst_step, y);
-            pixel_blocks<kBlockPixels, kPieceBytes<T>>(d, size.width, level_stores, [&](int x, int n, auto block_stores) {
-                F s0, s1, s2;
-                load_float_planes(s + 3 * x, n, s0, s1, s2);
-                const F o0 = ((m[0] * s0 + m[1] * s1) + m[2] * s2) + m[3];
-                const F o1 = ((m[4] * s0 + m[5] * s1) + m[6] * s2) + m[7];
-                const F o2 = ((m[8] * s0 + m[9] * s1) + m[10] * s2) + m[11];
-                store_sample_planes(d + 3 * x, n, o0, o1, o2, limit, block_stores);
+            pixel_blocks<G * kBlockPixels, kAlign>(d, size.width, level_stores, [&](int x, int n, auto block_stores) {
+                if constexpr (G > 1) {
+                    if (n == G * kBlockPixels) {
+                        F in[G][3], out[G][3];
+                        load_group(s + 3 * x, in);
+                        for (int k = 0; k < G; ++k) twist(in[k][0], in[k][1], in[k][2], out[k]);
+                        store_group(d + 3 * x, out, limit, block_stores);
+                        return;
+                    }
+                }
+                // Single blocks: a group's partial ends, or every block where groups do not pay.
+                using BlockStores = std::conditional_t<G == 1, decltype(block_stores), cached_stores>;
+                for (int b = x; b < x + n; b += kBlockPixels) {
+                    const int k = std::min(kBlockPixels, x + n - b);
+                    F s0, s1, s2, o[3];
+                    load_float_planes(s + 3 * b, k, s0, s1, s2);
+                    twist(s0, s1, s2, o);
+                    store_sample_planes(d + 3 * b, k, o[0], o[1], o[2], limit, BlockStores{});
+                }
             });
         }
         if (stores) simd::stream_fence();

@@ -1169,10 +1169,39 @@ inline auto pixels_to_lanes(vec<int32_t, L> v, std::index_sequence<J...>) {
     constexpr int n = L / 4;
     return __builtin_shufflevector(v, v, (3 * (int(J) / 4) + int(J) % 4 < n ? 3 * (int(J) / 4) + int(J) % 4 : n - 1)...);
 }
-// Byte 4 i of each 16-byte lane from the lane's byte 3 i + C (the rest is masked off after).
-template <int C, int L, size_t... J>
-inline auto channel_bytes(vec<uint8_t, L> v, std::index_sequence<J...>) {
-    return __builtin_shufflevector(v, v, (16 * (int(J) / 16) + 3 * ((int(J) % 16) / 4) + C)...);
+#if defined(__SSSE3__)
+// Dword i of each 16-byte lane as the lane's byte 3 i + C, zero-extended: one
+// byte shuffle whose other indices have the top bit set (giving 0).
+template <int C, size_t... J>
+inline vec<int32_t> channel_dwords(vec<uint8_t> v, std::index_sequence<J...>) {
+    const vec<int8_t> index{static_cast<int8_t>(int(J) % 4 == 0 ? 3 * ((int(J) % 16) / 4) + C : -128)...};
+#if defined(__AVX512BW__)
+    if constexpr (kBytes == 64) return (vec<int32_t>)_mm512_shuffle_epi8((__m512i)v, (__m512i)index);
+#endif
+#if defined(__AVX2__)
+    if constexpr (kBytes == 32) return (vec<int32_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)index);
+#endif
+    if constexpr (kBytes == 16) return (vec<int32_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
+}
+#endif
+constexpr int at_most(int a, int b) { return a < b ? a : b; }
+// Dword j of block K of four consecutive blocks of 3 × lanes<int32_t> bytes,
+// taken from x|y (the stream's vectors K * 3 / 4 and the next): each 16-byte
+// lane gets the 12 bytes of its four pixels, as pixels_to_lanes gives them.
+template <int K, int N, size_t... J>
+inline vec<int32_t> block_to_lanes(vec<int32_t> x, vec<int32_t> y, std::index_sequence<J...>) {
+    constexpr int base = N * (3 * K / 4);
+    return __builtin_shufflevector(
+        x, y, (at_most(3 * N / 4 * K + 3 * (int(J) / 4) + int(J) % 4, 3 * N - 1) - base)...);
+}
+// And back: dword j of stream vector M from the lanes' 12-byte groups of
+// blocks M and M + 1 (x and y), as lanes_to_pixels takes them.
+template <int M, int N, size_t... J>
+inline vec<int32_t> lanes_to_block(vec<int32_t> x, vec<int32_t> y, std::index_sequence<J...>) {
+    constexpr int per_block = 3 * N / 4;
+    return __builtin_shufflevector(
+        x, y, (((N * M + int(J)) / per_block == M ? 0 : N) + 4 * (((N * M + int(J)) % per_block) / 3) +
+               ((N * M + int(J)) % per_block) % 3)...);
 }
 // Each 16-byte lane's channel-grouped bytes (four of channel 0, of 1, of 2)
 // interleaved as four pixels in the lane's first 12 bytes.
@@ -1200,9 +1229,9 @@ inline void load_byte_pixels(const uint8_t* p, vec<int32_t>& c0, vec<int32_t>& c
 #if defined(__SSSE3__)
     const B moved = (B)detail::pixels_to_lanes<kBytes>((I)b, std::make_index_sequence<kBytes / 4>());
     constexpr auto bytes = std::make_index_sequence<kBytes>();
-    c0 = (I)detail::channel_bytes<0, kBytes>(moved, bytes) & 0xFF;
-    c1 = (I)detail::channel_bytes<1, kBytes>(moved, bytes) & 0xFF;
-    c2 = (I)detail::channel_bytes<2, kBytes>(moved, bytes) & 0xFF;
+    c0 = detail::channel_dwords<0>(moved, bytes);
+    c1 = detail::channel_dwords<1>(moved, bytes);
+    c2 = detail::channel_dwords<2>(moved, bytes);
 #elif defined(__SSE2__)
     // No byte shuffle: the 12 bytes are widened as they lie and taken apart as 32-bit lanes.
     const __m128i x = (__m128i)b, zero = _mm_setzero_si128();
@@ -1218,16 +1247,14 @@ inline void load_byte_pixels(const uint8_t* p, vec<int32_t>& c0, vec<int32_t>& c
 #endif
 }
 
-// And back: three 32-bit lanes per pixel, saturated to 0..255, as the
-// 3 × lanes<int32_t> bytes of interleaved pixels in the first three quarters
-// of a byte vector.
-inline vec<uint8_t> pack_byte_pixels(vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
-    using B = vec<uint8_t>;
-    using I = vec<int32_t>;
 #if defined(__SSSE3__)
-    // Saturating packs leave each 16-byte lane's four pixels grouped by
-    // channel (c0 × 4, c1 × 4, c2 × 4, c2 × 4); a byte shuffle interleaves
-    // them in the lane's first 12 bytes.
+namespace detail {
+// Three 32-bit lanes per pixel saturated to 0..255, each 16-byte lane's four
+// pixels interleaved in its first 12 bytes. Saturating packs leave them
+// grouped by channel (c0 × 4, c1 × 4, c2 × 4, c2 × 4); a byte shuffle
+// interleaves them.
+inline vec<int32_t> pixel_lanes(vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
+    using B = vec<uint8_t>;
 #if defined(__AVX512BW__)
     const B grouped = (B)_mm512_packus_epi16(_mm512_packs_epi32((__m512i)c0, (__m512i)c1),
                                              _mm512_packs_epi32((__m512i)c2, (__m512i)c2));
@@ -1238,10 +1265,21 @@ inline vec<uint8_t> pack_byte_pixels(vec<int32_t> c0, vec<int32_t> c1, vec<int32
     const B grouped = (B)_mm_packus_epi16(_mm_packs_epi32((__m128i)c0, (__m128i)c1),
                                           _mm_packs_epi32((__m128i)c2, (__m128i)c2));
 #endif
-    const B lanes = detail::grouped_pixels<kBytes>(grouped, std::make_index_sequence<kBytes>());
-    const B b = (B)detail::lanes_to_pixels<kBytes>((I)lanes, std::make_index_sequence<kBytes / 4>());
+    return (vec<int32_t>)grouped_pixels<kBytes>(grouped, std::make_index_sequence<kBytes>());
+}
+}  // namespace detail
+#endif
+
+// And back: three 32-bit lanes per pixel, saturated to 0..255, as the
+// 3 × lanes<int32_t> bytes of interleaved pixels in the first three quarters
+// of a byte vector.
+inline vec<uint8_t> pack_byte_pixels(vec<int32_t> c0, vec<int32_t> c1, vec<int32_t> c2) {
+    using B = vec<uint8_t>;
+#if defined(__SSSE3__)
+    const B b = (B)detail::lanes_to_pixels<kBytes>(detail::pixel_lanes(c0, c1, c2),
+                                                   std::make_index_sequence<kBytes / 4>());
 #elif defined(__SSE2__)
-    I x, y, z;
+    vec<int32_t> x, y, z;
     interleave3(c0, c1, c2, x, y, z);
     const __m128i xy = _mm_packs_epi32((__m128i)x, (__m128i)y), zz = _mm_packs_epi32((__m128i)z, (__m128i)z);
     const B b = (B)_mm_packus_epi16(xy, zz);
@@ -1262,6 +1300,107 @@ inline void store_byte_pixels(uint8_t* p, vec<int32_t> c0, vec<int32_t> c1, vec<
     const vec<uint8_t> b = pack_byte_pixels(c0, c1, c2);
     store(p, lower_half(b));
     store(p + kBytes / 2, lower_half(upper_half(b)));
+}
+
+// Four blocks at once: the 4 × lanes<int32_t> interleaved byte pixels of the
+// 3 × kBytes bytes at p as c[k][channel] for block k, as load_byte_pixels
+// gives each block. Whole vectors are loaded and each block's bytes brought to
+// its lanes by one two-source shuffle.
+inline void load_byte_pixels4(const uint8_t* p, vec<int32_t> (&c)[4][3]) {
+#if defined(__SSSE3__)
+    using I = vec<int32_t>;
+    constexpr int N = lanes<int32_t>;
+    const I x = load_as<I>(p), y = load_as<I>(p + kBytes), z = load_as<I>(p + 2 * kBytes);
+    constexpr auto d = std::make_index_sequence<N>();
+    const I moved[4] = {detail::block_to_lanes<0, N>(x, x, d), detail::block_to_lanes<1, N>(x, y, d),
+                        detail::block_to_lanes<2, N>(y, z, d), detail::block_to_lanes<3, N>(z, z, d)};
+    constexpr auto bytes = std::make_index_sequence<kBytes>();
+    for (int k = 0; k < 4; ++k) {
+        c[k][0] = detail::channel_dwords<0>((vec<uint8_t>)moved[k], bytes);
+        c[k][1] = detail::channel_dwords<1>((vec<uint8_t>)moved[k], bytes);
+        c[k][2] = detail::channel_dwords<2>((vec<uint8_t>)moved[k], bytes);
+    }
+#else
+    for (int k = 0; k < 4; ++k) load_byte_pixels(p + 3 * k * kBytes / 4, c[k][0], c[k][1], c[k][2]);
+#endif
+}
+
+// And back: four blocks' pixels saturated to 0..255 as the three byte
+// vectors out[0..2] of their 3 × kBytes interleaved bytes.
+inline void pack_byte_pixels4(const vec<int32_t> (&c)[4][3], vec<uint8_t> (&out)[3]) {
+#if defined(__SSSE3__)
+    using I = vec<int32_t>;
+    constexpr int N = lanes<int32_t>;
+    I lanes4[4];
+    for (int k = 0; k < 4; ++k) lanes4[k] = detail::pixel_lanes(c[k][0], c[k][1], c[k][2]);
+    constexpr auto d = std::make_index_sequence<N>();
+    out[0] = (vec<uint8_t>)detail::lanes_to_block<0, N>(lanes4[0], lanes4[1], d);
+    out[1] = (vec<uint8_t>)detail::lanes_to_block<1, N>(lanes4[1], lanes4[2], d);
+    out[2] = (vec<uint8_t>)detail::lanes_to_block<2, N>(lanes4[2], lanes4[3], d);
+#else
+    uint8_t bytes[3 * kBytes];
+    for (int k = 0; k < 4; ++k) store_byte_pixels(bytes + 3 * k * kBytes / 4, c[k][0], c[k][1], c[k][2]);
+    for (int m = 0; m < 3; ++m) out[m] = load_as<vec<uint8_t>>(bytes + m * kBytes);
+#endif
+}
+
+// ---- three interleaved 16-bit channels as 32-bit lanes (colour kernels)
+
+// Two blocks at once: the 2 × lanes<int32_t> pixels of three interleaved
+// 16-bit channels in the 3 × kBytes bytes at p, as 32-bit planes: c[0][ch]
+// holds channel ch of the even pixels, c[1][ch] of the odd ones. Read as
+// 32-bit lanes, a pair of pixels is three lanes (c0 c1 | c2 c0' | c1' c2'),
+// so one 32-bit deinterleave and a mask or shift per plane take them apart.
+inline void load_word_pixels2(const uint16_t* p, vec<int32_t> (&c)[2][3]) {
+    using U = vec<uint32_t>;
+    constexpr int n = lanes<uint16_t>;
+    U d0, d1, d2;
+    deinterleave3(load_as<U>(p), load_as<U>(p + n), load_as<U>(p + 2 * n), d0, d1, d2);
+    const U low = U{} + 0xFFFF;
+    c[0][0] = (vec<int32_t>)(d0 & low);
+    c[0][1] = (vec<int32_t>)(d0 >> 16);
+    c[0][2] = (vec<int32_t>)(d1 & low);
+    c[1][0] = (vec<int32_t>)(d1 >> 16);
+    c[1][1] = (vec<int32_t>)(d2 & low);
+    c[1][2] = (vec<int32_t>)(d2 >> 16);
+}
+
+namespace detail {
+// Pairs (a[i], b[i]) of 32-bit lanes that fit 16 bits, as the low and high
+// words of 32-bit lanes; negative lanes give 0. Where the level has the
+// saturating pack, it and a byte shuffle inside each 16-byte lane do it.
+inline vec<uint32_t> word_pairs(vec<int32_t> a, vec<int32_t> b) {
+#if defined(__AVX2__)
+    constexpr auto bytes = std::make_index_sequence<kBytes>();
+    const auto index = []<size_t... J>(std::index_sequence<J...>) {
+        // Word k of each lane: word k / 2 of a (k even) or of b (k odd), which
+        // the pack left as the lane's words 0..3 and 4..7.
+        return vec<int8_t>{static_cast<int8_t>(2 * ((int(J) % 16) / 2 % 2 ? 4 + (int(J) % 16) / 4 : (int(J) % 16) / 4) +
+                                               int(J) % 2)...};
+    }(bytes);
+#if defined(__AVX512BW__)
+    return (vec<uint32_t>)_mm512_shuffle_epi8(_mm512_packus_epi32((__m512i)a, (__m512i)b), (__m512i)index);
+#else
+    return (vec<uint32_t>)_mm256_shuffle_epi8(_mm256_packus_epi32((__m256i)a, (__m256i)b), (__m256i)index);
+#endif
+#else
+    using U = vec<uint32_t>;
+    const vec<int32_t> zero{};
+    return (U)(a > zero ? a : zero) | ((U)(b > zero ? b : zero) << 16);
+#endif
+}
+}  // namespace detail
+
+// And back: planes of values up to 65535 (negative values give 0) as the
+// three vectors out[0..2] of interleaved 16-bit samples.
+inline void pack_word_pixels2(const vec<int32_t> (&c)[2][3], vec<uint16_t> (&out)[3]) {
+    using U = vec<uint32_t>;
+    U a, b, e;
+    interleave3(detail::word_pairs(c[0][0], c[0][1]), detail::word_pairs(c[0][2], c[1][0]),
+                detail::word_pairs(c[1][1], c[1][2]), a, b, e);
+    out[0] = (vec<uint16_t>)a;
+    out[1] = (vec<uint16_t>)b;
+    out[2] = (vec<uint16_t>)e;
 }
 
 }  // namespace lum::prim::LUM_ISA::simd

@@ -125,6 +125,7 @@ TEST(ColorKernels, TwistMatchesTheReference) {
     const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
     check_twist<uint8_t>({1e30f, 0, 0, 0, -1e30f, 1, 0, 0, 0, 0, 1, nan}, 255);
     check_twist<uint16_t>({0, 0, 0, inf, 0, 0, 0, -inf, 0.5f, 0.5f, 0.5f, 0.5f}, 65535);
+    check_twist<uint16_t>({1e30f, 0, 0, 0, -1e30f, 1, 0, 0, 0, 0, 1, nan}, 4095);
 }
 
 // Palette entry of a sample: truncation toward zero (INT32_MIN outside the
