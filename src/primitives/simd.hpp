@@ -485,9 +485,28 @@ inline auto to_sample(V v) {
     else return narrow_sat<U>(round_even(v));
 }
 
+// ---- table lookups
+
+// Lane j of the result is table[i[j]], for indices 0..15: one permute of a
+// 16-float table at AVX-512, two and a blend at AVX2, a lane at a time below.
+inline vec<float> lookup16(const float* table, vec<int32_t> i) {
+#if defined(__AVX512F__)
+    return (vec<float>)_mm512_permutexvar_ps((__m512i)i, _mm512_loadu_ps(table));
+#elif defined(__AVX2__)
+    const __m256 lo = _mm256_permutevar8x32_ps(_mm256_loadu_ps(table), (__m256i)i);
+    const __m256 hi = _mm256_permutevar8x32_ps(_mm256_loadu_ps(table + 8), (__m256i)i);
+    return (vec<float>)_mm256_blendv_ps(lo, hi, (__m256)_mm256_slli_epi32((__m256i)i, 28));
+#else
+    vec<float> r;
+    for (int k = 0; k < lanes<float>; ++k) r[k] = table[i[k] & 15];
+    return r;
+#endif
+}
+
 // ---- three interleaved channels
 
 namespace detail {
+constexpr int at_most(int a, int b) { return a < b ? a : b; }
 // Element j of channel K of 3N interleaved elements a|b|c: first from a|b, then from c.
 template <int K, class V, size_t... I>
 inline V channel_from_ab(V a, V b, std::index_sequence<I...>) {
@@ -525,9 +544,69 @@ inline void deinterleave3(V a, V b, V c, V& c0, V& c1, V& c2) {
     c1 = detail::channel_with_c<1>(detail::channel_from_ab<1>(a, b, s), c, s);
     c2 = detail::channel_with_c<2>(detail::channel_from_ab<2>(a, b, s), c, s);
 }
-// And back: three planes to three vectors of interleaved samples.
+#if defined(__SSSE3__)
+namespace detail {
+// Lane l of output vector M of interleaving three byte planes: the plane's
+// four dwords from dword 4 g / 3, g = M·L + l (16 bytes that hold every byte
+// the lane takes from the plane; L lanes of 16 bytes per vector), as one
+// dword permute, then the lane's bytes of channel K placed by a byte shuffle
+// that zeroes the rest.
+constexpr int first_dword(int g) { return at_most(4 * g / 3, kBytes / 4 - 4); }
+template <int M, int K, size_t... J>
+inline vec<uint8_t> channel_into_lanes(vec<uint8_t> plane, std::index_sequence<J...>) {
+    constexpr int L = kBytes / 16;
+    const vec<int32_t> d = (vec<int32_t>)plane;
+    const vec<uint8_t> lanes = (vec<uint8_t>)__builtin_shufflevector(
+        d, d, (first_dword(M * L + int(J) / 4) + int(J) % 4)...);
+    constexpr auto index = []<size_t... B>(std::index_sequence<B...>) {
+        // Output byte o = 16 g + j of lane g is channel o % 3 of pixel o / 3.
+        return vec<int8_t>{static_cast<int8_t>(
+            (16 * (M * L + int(B) / 16) + int(B) % 16) % 3 == K
+                ? (16 * (M * L + int(B) / 16) + int(B) % 16) / 3 - 4 * first_dword(M * L + int(B) / 16)
+                : -128)...};
+    }(std::make_index_sequence<kBytes>());
+#if defined(__AVX512BW__)
+    return (vec<uint8_t>)_mm512_shuffle_epi8((__m512i)lanes, (__m512i)index);
+#elif defined(__AVX2__)
+    return (vec<uint8_t>)_mm256_shuffle_epi8((__m256i)lanes, (__m256i)index);
+#else
+    return (vec<uint8_t>)_mm_shuffle_epi8((__m128i)lanes, (__m128i)index);
+#endif
+}
+template <int M>
+inline vec<uint8_t> interleave_bytes(vec<uint8_t> c0, vec<uint8_t> c1, vec<uint8_t> c2) {
+    constexpr auto s = std::make_index_sequence<kBytes / 4>();
+    return channel_into_lanes<M, 0>(c0, s) | channel_into_lanes<M, 1>(c1, s) | channel_into_lanes<M, 2>(c2, s);
+}
+}  // namespace detail
+#endif
+
+// And back: three planes to three vectors of interleaved samples. Byte planes
+// go by a dword permute and a byte shuffle per plane and output vector (the
+// level has no two-source byte permute); 16-bit planes at AVX2 and above as
+// 32-bit lanes holding sample pairs (a0 b0 | c0 a1 | b1 c1), which 32-bit
+// permutes interleave.
 template <class V>
 inline void interleave3(V c0, V c1, V c2, V& a, V& b, V& c) {
+#if defined(__SSSE3__)
+    if constexpr (sizeof(V) == kBytes && sizeof(element_t<V>) == 1) {
+        using B = vec<uint8_t>;
+        a = (V)detail::interleave_bytes<0>((B)c0, (B)c1, (B)c2);
+        b = (V)detail::interleave_bytes<1>((B)c0, (B)c1, (B)c2);
+        c = (V)detail::interleave_bytes<2>((B)c0, (B)c1, (B)c2);
+        return;
+    }
+#endif
+    if constexpr (sizeof(V) == kBytes && kBytes >= 32 && sizeof(element_t<V>) == 2) {
+        using U = vec<uint32_t>;
+        const U x = (U)c0, y = (U)c1, z = (U)c2, low = U{} + 0xFFFF;
+        U p, q, r;
+        interleave3((x & low) | (y << 16), (z & low) | (x & ~low), (y >> 16) | (z & ~low), p, q, r);
+        a = (V)p;
+        b = (V)q;
+        c = (V)r;
+        return;
+    }
     constexpr auto s = std::make_index_sequence<sizeof(V) / sizeof(V{}[0])>();
     a = detail::interleave_z<0>(detail::interleave_xy<0>(c0, c1, s), c2, s);
     b = detail::interleave_z<1>(detail::interleave_xy<1>(c0, c1, s), c2, s);
@@ -1184,7 +1263,6 @@ inline vec<int32_t> channel_dwords(vec<uint8_t> v, std::index_sequence<J...>) {
     if constexpr (kBytes == 16) return (vec<int32_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
 }
 #endif
-constexpr int at_most(int a, int b) { return a < b ? a : b; }
 // Dword j of block K of four consecutive blocks of 3 × lanes<int32_t> bytes,
 // taken from x|y (the stream's vectors K * 3 / 4 and the next): each 16-byte
 // lane gets the 12 bytes of its four pixels, as pixels_to_lanes gives them.
