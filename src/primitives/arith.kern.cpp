@@ -94,13 +94,16 @@ alignas(64) constexpr float kLogOfCentre[16] = {  // ln c rounded to float
 struct logarithm {
     using V = simd::vec<float>;
     using I = simd::vec<int32_t>;
+    using U = simd::vec<uint32_t>;
     V operator()(V in) const {
         const auto tiny = in < 1.17549435e-38f;
-        const I bits = (I)(tiny ? in * 8388608.0f : in);
-        const I from_centre = bits - 0x3f330000;  // bits of 0.69922
-        const I index = (from_centre >> 19) & 15;
-        const V z = (V)(bits - (from_centre & int32_t(0xff800000)));
-        const V k = simd::convert<float>((from_centre >> 23) - (tiny ? I{} + 23 : I{}));
+        // Bit patterns in unsigned lanes: negative inputs (whose result is
+        // chosen below) must not overflow a signed subtraction.
+        const U bits = (U)(tiny ? in * 8388608.0f : in);
+        const U from_centre = bits - 0x3f330000u;  // bits of 0.69922
+        const I index = (I)((from_centre >> 19) & 15u);
+        const V z = (V)(bits - (from_centre & 0xff800000u));
+        const V k = simd::convert<float>(((I)from_centre >> 23) - (tiny ? I{} + 23 : I{}));
         const V r = (z - simd::lookup16(kLogCentre, index)) * simd::lookup16(kLogInverse, index);
         const V q = ((0x1.8daac4p-3f * r - 0x1.00740ep-2f) * r + 0x1.5557d2p-2f) * r - 0x1.ffffeep-2f;
         const V ln = (k * 0x1.62e4p-1f + simd::lookup16(kLogOfCentre, index)) + ((r + (r * r) * q) + k * 0x1.7f7d1cp-20f);
