@@ -194,6 +194,18 @@ TEST(ElementwiseKernels, DivisionRoundsToNearestAndWarnsOnZero) {
         ASSERT_EQ(lum::prim::divide<uint8_t>(divisors, 5, d, 5, {5, 1}), 0);
         EXPECT_EQ(std::vector<uint8_t>(d, d + 5), (std::vector<uint8_t>{25, 2, 4, 2, 0}));
     });
+    // Every 16-bit dividend over divisors where quotients come nearest to halves
+    // (large quotients, odd and power-of-two divisors) and zero.
+    for (const uint16_t divisor : {0, 1, 2, 3, 7, 255, 256, 4093, 65534, 65535}) {
+        std::vector<uint16_t> by(65536, divisor), want(65536);
+        for (int a = 0; a < 65536; ++a) want[a] = div(divisor, uint16_t{}, uint16_t(a), 0);
+        for_each_variant([&](int) {
+            std::vector<uint16_t> got(65536);
+            for (int a = 0; a < 65536; ++a) got[a] = uint16_t(a);
+            lum::prim::divide<uint16_t>(by.data(), 1 << 17, got.data(), 1 << 17, {65536, 1});
+            ASSERT_EQ(got, want) << "divisor " << divisor;
+        });
+    }
 }
 
 TEST(ElementwiseKernels, AccumulationIntoFloat) {
