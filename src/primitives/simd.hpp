@@ -1255,12 +1255,12 @@ template <int C, size_t... J>
 inline vec<int32_t> channel_dwords(vec<uint8_t> v, std::index_sequence<J...>) {
     const vec<int8_t> index{static_cast<int8_t>(int(J) % 4 == 0 ? 3 * ((int(J) % 16) / 4) + C : -128)...};
 #if defined(__AVX512BW__)
-    if constexpr (kBytes == 64) return (vec<int32_t>)_mm512_shuffle_epi8((__m512i)v, (__m512i)index);
+    return (vec<int32_t>)_mm512_shuffle_epi8((__m512i)v, (__m512i)index);
+#elif defined(__AVX2__)
+    return (vec<int32_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)index);
+#else
+    return (vec<int32_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
 #endif
-#if defined(__AVX2__)
-    if constexpr (kBytes == 32) return (vec<int32_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)index);
-#endif
-    if constexpr (kBytes == 16) return (vec<int32_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
 }
 #endif
 // Dword j of block K of four consecutive blocks of 3 × lanes<int32_t> bytes,
