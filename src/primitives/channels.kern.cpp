@@ -114,6 +114,11 @@ int merge_channels(const T* const* src, int src_step, T* dst, int dst_step, Size
             const T* s2 = row_at(planes[2], src_step, y);
             T* d = row_at(dst, dst_step, y);
             pixel_blocks<L, sizeof(V)>(d, size.width, stores, [&](int x, int n, auto block_stores) {
+                if (n == L) {
+                    simd::prefetch_ahead(s0 + x);
+                    simd::prefetch_ahead(s1 + x);
+                    simd::prefetch_ahead(s2 + x);
+                }
                 store_planes(d + 3 * x, n, simd::load_first<V>(s0 + x, n), simd::load_first<V>(s1 + x, n),
                              simd::load_first<V>(s2 + x, n), block_stores);
             });

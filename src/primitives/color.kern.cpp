@@ -127,6 +127,7 @@ constexpr int kGroupBlocks = sizeof(T) == 2 ? 2 : simd::kBytes >= 32 ? 4 : 1;
 template <class T, int G>
 inline void load_group(const T* p, F (&planes)[G][3]) {
     I i[G][3];
+    simd::prefetch_ahead_span<3 * G * kBlockPixels * int(sizeof(T))>(p);
     if constexpr (sizeof(T) == 1) simd::load_byte_pixels4(p, i);
     else simd::load_word_pixels2(p, i);
     for (int k = 0; k < G; ++k)
@@ -188,6 +189,7 @@ int gray_to_color(const T* src, int src_step, T* dst, int dst_step, Size size) {
             T* d = row_at(dst, dst_step, y);
             pixel_blocks<L, sizeof(V)>(d, size.width, stores, [&](int x, int n, auto block_stores) {
                 V a, b, c;
+                if (n == L) simd::prefetch_ahead(s + x);
                 simd::spread3(simd::load_first<V>(s + x, n), a, b, c);
                 T* out = d + 3 * x;
                 if constexpr (decltype(block_stores)::value) {

@@ -156,7 +156,11 @@ inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op, Stream
     using VB = simd::lanes_of<B, Wide>;
     constexpr int L = simd::lanes<Wide>;
     row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
-        if (k == L) return op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
+        if (k == L) {
+            simd::prefetch_ahead(a + x);
+            simd::prefetch_ahead(b + x);
+            return op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
+        }
         const VA va = simd::load_first<VA>(a + x, k);
         const VB vb = simd::load_first<VB>(b + x, k);
         if constexpr (std::is_invocable_v<Op, VA, VB, int>) return op(va, vb, k);
@@ -171,7 +175,10 @@ inline void unary_row(const S* s, D* d, int n, const Op& op, Stream stream = {})
     using VS = simd::lanes_of<S, Wide>;
     constexpr int L = simd::lanes<Wide>;
     row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
-        if (k == L) return op(simd::load_as<VS>(s + x));
+        if (k == L) {
+            simd::prefetch_ahead(s + x);
+            return op(simd::load_as<VS>(s + x));
+        }
         const VS vs = simd::load_first<VS>(s + x, k);
         if constexpr (std::is_invocable_v<Op, VS, int>) return op(vs, k);
         else return op(vs);
@@ -186,6 +193,7 @@ inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], co
     constexpr int L = simd::lanes<T>;
     // Three vectors from x, one per constant, all computed before put stores them.
     auto three = [&](int x, auto put) {
+        simd::prefetch_ahead_span<3 * sizeof(simd::vec<T>)>(s + x);
         const auto r0 = op(simd::load(s + x), k[0]);
         const auto r1 = op(simd::load(s + x + L), k[1]);
         const auto r2 = op(simd::load(s + x + 2 * L), k[2]);
@@ -199,6 +207,7 @@ inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], co
         // row streams after a head that aligns it.
         if (std::memcmp(&k[0], &k[1], sizeof k[0]) == 0 && std::memcmp(&k[0], &k[2], sizeof k[0]) == 0) {
             row_steps<L, simd::vec<T>>(d, n, streaming_stores{}, [&](int i, int m) {
+                simd::prefetch_ahead(s + i);
                 return op(m == L ? simd::load(s + i) : simd::load_first<simd::vec<T>>(s + i, m), k[0]);
             });
             return;
@@ -253,6 +262,7 @@ inline void packing_row(const S* s, D* d, int n, const Op& op, Stream stream = {
         VS part[K];
         for (int j = 0; j < K; ++j) {
             const int valid = k - j * P < P ? k - j * P : P;
+            if (valid == P) simd::prefetch_ahead(s + x + j * P);
             part[j] = valid == P ? simd::load_as<VS>(s + x + j * P)
                                  : valid > 0 ? simd::load_first<VS>(s + x + j * P, valid) : VS{};
         }
@@ -280,6 +290,7 @@ inline void channel_row(const S* s, D* d, int n, const Op& op, Stream stream = {
     using VS = simd::lanes_of<S, W>;
     constexpr int L = simd::lanes<W>;
     row_steps<L, simd::lanes_of<D, W>>(d, n, stream, [&](int x, int k) {
+        if (k == L) simd::prefetch_ahead(s + x);
         const VS v = k == L ? simd::load_as<VS>(s + x) : simd::load_first<VS>(s + x, k);
         return op(v, place_of_phase<L>(x));
     });
@@ -296,6 +307,7 @@ inline void load_planes(const T* p, int pixels, V& c0, V& c1, V& c2) {
     static_assert(std::is_same_v<simd::element_t<V>, T>);
     V a{}, b{}, c{};
     if (pixels >= L) {
+        simd::prefetch_ahead_span<3 * sizeof(V)>(p);
         a = simd::load_as<V>(p);
         b = simd::load_as<V>(p + L);
         c = simd::load_as<V>(p + 2 * L);

@@ -19,6 +19,8 @@ void swap_rows(uint8_t* a, uint8_t* b, int n) {
     for (; i + U * L <= n; i += U * L) {
         V va[U], vb[U];
         for (int k = 0; k < U; ++k) {
+            simd::prefetch_ahead(a + i + k * L);
+            simd::prefetch_ahead(b + i + k * L);
             va[k] = simd::load(a + i + k * L);
             vb[k] = simd::load(b + i + k * L);
         }
