@@ -11,16 +11,22 @@ namespace lum::prim::LUM_ISA {
 
 namespace {
 
-// Rows a and b (a != b) of n bytes trade places.
-void swap_rows(uint8_t* a, uint8_t* b, int n) {
+// Rows a and b (a != b) of n bytes trade places. The next pair is a + step
+// and b - step (the rows meet in the middle): the lines kPrefetchAhead bytes
+// on are prefetched in that order, so that b's are taken from the row above
+// once the distance reaches past the row's end.
+void swap_rows(uint8_t* a, uint8_t* b, int n, int step) {
     using V = simd::vec<uint8_t>;
     constexpr int L = simd::lanes<uint8_t>, U = 4;
+    const uintptr_t pa = reinterpret_cast<uintptr_t>(a), pb = reinterpret_cast<uintptr_t>(b);
     int i = 0;
     for (; i + U * L <= n; i += U * L) {
         V va[U], vb[U];
         for (int k = 0; k < U; ++k) {
-            simd::prefetch_ahead(a + i + k * L);
-            simd::prefetch_ahead(b + i + k * L);
+            const uintptr_t t = uintptr_t(i + k * L) + simd::kPrefetchAhead;
+            const bool next = t >= uintptr_t(n);
+            simd::prefetch_at(pa + t + (next ? uintptr_t(step) - uintptr_t(n) : 0));
+            simd::prefetch_at(pb + t - (next ? uintptr_t(step) + uintptr_t(n) : 0));
             va[k] = simd::load(a + i + k * L);
             vb[k] = simd::load(b + i + k * L);
         }
@@ -126,7 +132,7 @@ void flip(T* image, int step, Size size, int axis) {
     if (axis == 0) {
         for (int y = 0; y < h / 2; ++y)
             swap_rows(reinterpret_cast<uint8_t*>(row_at(image, step, y)),
-                      reinterpret_cast<uint8_t*>(row_at(image, step, h - 1 - y)), int(w * CH * sizeof(T)));
+                      reinterpret_cast<uint8_t*>(row_at(image, step, h - 1 - y)), int(w * CH * sizeof(T)), step);
     } else if (axis == 1) {
         for (int y = 0; y < h; ++y) reverse_row<T, CH>(row_at(image, step, y), w);
     } else {

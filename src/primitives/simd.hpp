@@ -178,8 +178,11 @@ inline void stream_fence() {
 // same lines. The address is formed as an integer (it may lie past the
 // buffer, and a prefetch never faults).
 inline constexpr uintptr_t kPrefetchAhead = 4096;
+inline void prefetch_at(uintptr_t address) {
+    __builtin_prefetch(reinterpret_cast<const void*>(address), 0, 3);
+}
 inline void prefetch_ahead(const void* p) {
-    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) + kPrefetchAhead), 0, 3);
+    prefetch_at(reinterpret_cast<uintptr_t>(p) + kPrefetchAhead);
 }
 // prefetch_ahead for every line of a span of N bytes from p.
 template <int N>
