@@ -144,6 +144,15 @@ inline void row_steps(D* d, int n, Stream, const Compute& compute) {
     for (; x < n; x += L) simd::store_first(d + x, compute(x, n - x), n - x);
 }
 
+// simd::prefetch_ahead for source s at element x of a row walked in steps
+// of L elements: at every step, or once per 64-byte line where a step reads
+// less than a line (a widening step of 16-bit samples reads 16 bytes).
+template <int L, class T>
+inline void prefetch_step(const T* s, int x) {
+    constexpr int per_line = 64 / static_cast<int>(sizeof(T));
+    if (L >= per_line || x % per_line < L) simd::prefetch_ahead(s + x);
+}
+
 // d[i] = op(a[i], b[i]) for i < n; op takes a vector of each source and
 // returns one of the destination, all of lanes<W> elements (W the widest
 // sample type unless given). d may be a or b (in place). The unused lanes of
@@ -157,8 +166,8 @@ inline void binary_row(const A* a, const B* b, D* d, int n, const Op& op, Stream
     constexpr int L = simd::lanes<Wide>;
     row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
         if (k == L) {
-            simd::prefetch_ahead(a + x);
-            simd::prefetch_ahead(b + x);
+            prefetch_step<L>(a, x);
+            prefetch_step<L>(b, x);
             return op(simd::load_as<VA>(a + x), simd::load_as<VB>(b + x));
         }
         const VA va = simd::load_first<VA>(a + x, k);
@@ -176,7 +185,7 @@ inline void unary_row(const S* s, D* d, int n, const Op& op, Stream stream = {})
     constexpr int L = simd::lanes<Wide>;
     row_steps<L, simd::lanes_of<D, Wide>>(d, n, stream, [&](int x, int k) {
         if (k == L) {
-            simd::prefetch_ahead(s + x);
+            prefetch_step<L>(s, x);
             return op(simd::load_as<VS>(s + x));
         }
         const VS vs = simd::load_first<VS>(s + x, k);
@@ -262,7 +271,7 @@ inline void packing_row(const S* s, D* d, int n, const Op& op, Stream stream = {
         VS part[K];
         for (int j = 0; j < K; ++j) {
             const int valid = k - j * P < P ? k - j * P : P;
-            if (valid == P) simd::prefetch_ahead(s + x + j * P);
+            if (valid == P) prefetch_step<P>(s, x + j * P);
             part[j] = valid == P ? simd::load_as<VS>(s + x + j * P)
                                  : valid > 0 ? simd::load_first<VS>(s + x + j * P, valid) : VS{};
         }
@@ -290,7 +299,7 @@ inline void channel_row(const S* s, D* d, int n, const Op& op, Stream stream = {
     using VS = simd::lanes_of<S, W>;
     constexpr int L = simd::lanes<W>;
     row_steps<L, simd::lanes_of<D, W>>(d, n, stream, [&](int x, int k) {
-        if (k == L) simd::prefetch_ahead(s + x);
+        if (k == L) prefetch_step<L>(s, x);
         const VS v = k == L ? simd::load_as<VS>(s + x) : simd::load_first<VS>(s + x, k);
         return op(v, place_of_phase<L>(x));
     });
