@@ -565,6 +565,21 @@ inline void deinterleave3(V a, V b, V c, V& c0, V& c1, V& c2) {
 }
 #if defined(__SSSE3__)
 namespace detail {
+// Bytes of each 16-byte lane of v picked by the lane's bytes of index (an
+// index with its top bit set gives 0): one byte shuffle at every width.
+inline vec<uint8_t> shuffle_bytes(vec<uint8_t> v, vec<int8_t> index) {
+#if defined(__AVX512BW__)
+    return (vec<uint8_t>)_mm512_shuffle_epi8((__m512i)v, (__m512i)index);
+#elif defined(__AVX2__)
+    return (vec<uint8_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)index);
+#else
+    return (vec<uint8_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
+#endif
+}
+}  // namespace detail
+#endif
+#if defined(__SSSE3__)
+namespace detail {
 // Lane l of output vector M of interleaving three byte planes: the plane's
 // four dwords from dword 4 g / 3, g = M·L + l (16 bytes that hold every byte
 // the lane takes from the plane; L lanes of 16 bytes per vector), as one
@@ -584,13 +599,7 @@ inline vec<uint8_t> channel_into_lanes(vec<uint8_t> plane, std::index_sequence<J
                 ? (16 * (M * L + int(B) / 16) + int(B) % 16) / 3 - 4 * first_dword(M * L + int(B) / 16)
                 : -128)...};
     }(std::make_index_sequence<kBytes>());
-#if defined(__AVX512BW__)
-    return (vec<uint8_t>)_mm512_shuffle_epi8((__m512i)lanes, (__m512i)index);
-#elif defined(__AVX2__)
-    return (vec<uint8_t>)_mm256_shuffle_epi8((__m256i)lanes, (__m256i)index);
-#else
-    return (vec<uint8_t>)_mm_shuffle_epi8((__m128i)lanes, (__m128i)index);
-#endif
+    return shuffle_bytes(lanes, index);
 }
 template <int M>
 inline vec<uint8_t> interleave_bytes(vec<uint8_t> c0, vec<uint8_t> c1, vec<uint8_t> c2) {
@@ -1273,13 +1282,7 @@ inline auto pixels_to_lanes(vec<int32_t, L> v, std::index_sequence<J...>) {
 template <int C, size_t... J>
 inline vec<int32_t> channel_dwords(vec<uint8_t> v, std::index_sequence<J...>) {
     const vec<int8_t> index{static_cast<int8_t>(int(J) % 4 == 0 ? 3 * ((int(J) % 16) / 4) + C : -128)...};
-#if defined(__AVX512BW__)
-    return (vec<int32_t>)_mm512_shuffle_epi8((__m512i)v, (__m512i)index);
-#elif defined(__AVX2__)
-    return (vec<int32_t>)_mm256_shuffle_epi8((__m256i)v, (__m256i)index);
-#else
-    return (vec<int32_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
-#endif
+    return (vec<int32_t>)detail::shuffle_bytes(v, index);
 }
 #endif
 // Dword j of block K of four consecutive blocks of 3 × lanes<int32_t> bytes,
@@ -1476,10 +1479,11 @@ inline vec<uint32_t> word_pairs(vec<int32_t> a, vec<int32_t> b) {
                                                int(J) % 2)...};
     }(bytes);
 #if defined(__AVX512BW__)
-    return (vec<uint32_t>)_mm512_shuffle_epi8(_mm512_packus_epi32((__m512i)a, (__m512i)b), (__m512i)index);
+    const auto packed = (vec<uint8_t>)_mm512_packus_epi32((__m512i)a, (__m512i)b);
 #else
-    return (vec<uint32_t>)_mm256_shuffle_epi8(_mm256_packus_epi32((__m256i)a, (__m256i)b), (__m256i)index);
+    const auto packed = (vec<uint8_t>)_mm256_packus_epi32((__m256i)a, (__m256i)b);
 #endif
+    return (vec<uint32_t>)shuffle_bytes(packed, index);
 #else
     using U = vec<uint32_t>;
     const vec<int32_t> zero{};
