@@ -115,9 +115,9 @@ int merge_channels(const T* const* src, int src_step, T* dst, int dst_step, Size
             T* d = row_at(dst, dst_step, y);
             pixel_blocks<L, sizeof(V)>(d, size.width, stores, [&](int x, int n, auto block_stores) {
                 if (n == L) {
-                    simd::prefetch_ahead(s0 + x);
-                    simd::prefetch_ahead(s1 + x);
-                    simd::prefetch_ahead(s2 + x);
+                    prefetch_step<L>(s0, x);
+                    prefetch_step<L>(s1, x);
+                    prefetch_step<L>(s2, x);
                 }
                 store_planes(d + 3 * x, n, simd::load_first<V>(s0 + x, n), simd::load_first<V>(s1 + x, n),
                              simd::load_first<V>(s2 + x, n), block_stores);

@@ -189,7 +189,7 @@ int gray_to_color(const T* src, int src_step, T* dst, int dst_step, Size size) {
             T* d = row_at(dst, dst_step, y);
             pixel_blocks<L, sizeof(V)>(d, size.width, stores, [&](int x, int n, auto block_stores) {
                 V a, b, c;
-                if (n == L) simd::prefetch_ahead(s + x);
+                if (n == L) prefetch_step<L>(s, x);
                 simd::spread3(simd::load_first<V>(s + x, n), a, b, c);
                 T* out = d + 3 * x;
                 if constexpr (decltype(block_stores)::value) {

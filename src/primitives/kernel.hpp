@@ -216,7 +216,7 @@ inline void constant_row(const T* s, T* d, int n, const simd::vec<T> (&k)[3], co
         // row streams after a head that aligns it.
         if (std::memcmp(&k[0], &k[1], sizeof k[0]) == 0 && std::memcmp(&k[0], &k[2], sizeof k[0]) == 0) {
             row_steps<L, simd::vec<T>>(d, n, streaming_stores{}, [&](int i, int m) {
-                simd::prefetch_ahead(s + i);
+                if (m == L) prefetch_step<L>(s, i);
                 return op(m == L ? simd::load(s + i) : simd::load_first<simd::vec<T>>(s + i, m), k[0]);
             });
             return;
