@@ -12,6 +12,7 @@
 // exact, the sums are integers over q_x q_y, divided with rounding half to
 // even; in double lanes when the integers outgrow 31 bits), 16-bit Lanczos in
 // doubles, the rest in floats with the set-up's float weights.
+#include <bit>
 #include <new>
 
 #include "primitives/kernel.hpp"
@@ -83,7 +84,8 @@ void nearest_row_c1(const T* __restrict s, T* __restrict d, int dst_step, int ro
     }
 }
 
-// Three channels: the same look-ups on the planes of the source window.
+// Three channels: the same look-ups on the planes of the source window
+// (AVX-512; narrower levels copy pixel by pixel, below).
 template <class T>
 void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int rows, const int32_t* xi, int w, int sw) {
     using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
@@ -128,6 +130,30 @@ void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int ro
     }
 }
 
+// Three channels, pixel by pixel (below AVX-512, where the look-ups above
+// take a block of eight pixels apart and back at a cost far above a copy):
+// each pixel's samples move as one word of the next power-of-two size whose
+// spare bytes the next pixel overwrites; the last pixels, and those whose word
+// would read past the source row, move exactly. The first row of a run is
+// made, the others copied from it.
+template <class T>
+void nearest_pixels_c3(const T* __restrict s, T* __restrict d, int dst_step, int rows, const int32_t* xi, int w, int sw) {
+    constexpr size_t pixel = 3 * sizeof(T);
+    struct W {
+        unsigned char bytes[std::bit_ceil(pixel)];
+    };
+    const auto* src = reinterpret_cast<const unsigned char*>(s);
+    auto* out = reinterpret_cast<unsigned char*>(d);
+    int x = 0;
+    for (; x + 1 < w && xi[x] + 1 < sw; ++x) {
+        W v;
+        std::memcpy(&v, src + pixel * size_t(xi[x]), sizeof v);
+        std::memcpy(out + pixel * size_t(x), &v, sizeof v);
+    }
+    for (; x < w; ++x) std::memcpy(out + pixel * size_t(x), src + pixel * size_t(xi[x]), pixel);
+    for (int k = 1; k < rows; ++k) std::memcpy(row_at(d, dst_step, k), d, pixel * size_t(w));
+}
+
 // Runs of destination rows that share a source row are written together.
 template <class T>
 int nearest(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* spec, int channels) {
@@ -140,7 +166,8 @@ int nearest(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* 
         const T* s = row_at(src, src_step, yi[y]);
         T* d = row_at(dst, dst_step, y);
         if (channels == 1) nearest_row_c1(s, d, dst_step, rows, xi, w, sw);
-        else nearest_row_c3(s, d, dst_step, rows, xi, w, sw);
+        else if constexpr (simd::kBytes == 64) nearest_row_c3(s, d, dst_step, rows, xi, w, sw);
+        else nearest_pixels_c3(s, d, dst_step, rows, xi, w, sw);
     }
     return st_ok;
 }
@@ -212,7 +239,8 @@ struct double_blend : weighted<double, 6> {
 // Linear on integer samples: (q − p) a + p b in each pass, summed exactly in
 // lanes of E, then divided by Q = q_x q_y with rounding half to even. The
 // narrowest lanes that hold the sums: 16-bit while they stay below 2^15 (8-bit
-// samples on AVX-512, whose word permutes take one instruction), floats while
+// samples on AVX2 and AVX-512: a word look-up is one permute on AVX-512 and a
+// few byte shuffles on AVX2, for twice the lanes of floats), floats while
 // below 2^24, int32 while below 2^31, doubles beyond, exact while Q < 2^36
 // (destinations below 2^34 pixels): the sums stay below 2^53 and a quotient
 // that is no tie lies at least 1 / 2Q from a half.
@@ -514,7 +542,7 @@ void linear(const T* src, int src_step, T* dst, int dst_step, const ResizeSpec* 
         // q <= 2D < 2^32, so Q < 2^64; the sums reach Q times the largest sample.
         const uint64_t whole = uint64_t(spec->x.denominator) * uint64_t(spec->y.denominator);
         const uint64_t top = uint64_t(max_value<T>());
-        if (simd::kBytes == 64 && sizeof(T) == 1 && whole > 1 && whole * top < 32768)
+        if (simd::kBytes >= 32 && sizeof(T) == 1 && whole > 1 && whole * top < 32768)
             tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<uint16_t>(spec));
         else if (whole * top < (uint64_t(1) << 24))
             tiles(src, src_step, dst, dst_step, spec, channels, exact_blend<float>(spec));
