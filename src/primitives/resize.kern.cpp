@@ -88,7 +88,7 @@ void nearest_row_c1(const T* __restrict s, T* __restrict d, int dst_step, int ro
 // (AVX-512; narrower levels copy pixel by pixel, below).
 template <class T>
 void nearest_row_c3(const T* __restrict s, T* __restrict d, int dst_step, int rows, const int32_t* xi, int w, int sw) {
-    using E = std::conditional_t<simd::kBytes == 64 && sizeof(T) <= 2, uint16_t, uint32_t>;
+    using E = std::conditional_t<sizeof(T) <= 2, uint16_t, uint32_t>;
     using V = simd::vec<E>;
     using M = simd::mask_of<V>;
     using S = simd::lanes_of<T, E>;

@@ -576,10 +576,6 @@ inline vec<uint8_t> shuffle_bytes(vec<uint8_t> v, vec<int8_t> index) {
     return (vec<uint8_t>)_mm_shuffle_epi8((__m128i)v, (__m128i)index);
 #endif
 }
-}  // namespace detail
-#endif
-#if defined(__SSSE3__)
-namespace detail {
 // Lane l of output vector M of interleaving three byte planes: the plane's
 // four dwords from dword 4 g / 3, g = M·L + l (16 bytes that hold every byte
 // the lane takes from the plane; L lanes of 16 bytes per vector), as one
